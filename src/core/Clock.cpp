@@ -1,0 +1,28 @@
+#include "core/Clock.h"
+
+#include <ctime>
+
+namespace {
+SystemClock sSystemClock;
+std::atomic<const Clock*> sClock{&sSystemClock};
+}
+
+int64_t SystemClock::Now() const
+{
+    return static_cast<int64_t>(::time(nullptr));
+}
+
+const Clock& CurrentClock()
+{
+    return *sClock.load();
+}
+
+void SetClock(const Clock* clock)
+{
+    sClock.store(clock ? clock : &sSystemClock);
+}
+
+int32_t CurrentTime()
+{
+    return static_cast<int32_t>(CurrentClock().Now());
+}
