@@ -29,10 +29,15 @@ enum BuiltInHandler : int32_t {
     kActOnFileHandler = 4,
     kFirstAddOnHandler = 5,
 };
+// The 8-bit handler count can name at most this many handlers, built-ins included.
+constexpr int32_t kMaxEventHandlers = 127;
 
 // The add-on folders, in the order they are searched: the application's own
 // "add-ons" folder, then $XDG_DATA_HOME/calvorin/add-ons.
 std::vector<std::string> AddOnFolders();
+// The user's add-on folder: $XDG_DATA_HOME/calvorin/add-ons (by default
+// ~/.local/share/calvorin/add-ons).
+std::string UserAddOnFolder();
 // Where the application's own folder is (set by main from /proc/self/exe;
 // tests may point it elsewhere).
 void SetApplicationFolder(const std::string& folder);
