@@ -12,6 +12,13 @@ constexpr status_t B_FILE_ERROR = static_cast<status_t>(0x80006000u);
 constexpr status_t B_NAME_NOT_FOUND = static_cast<status_t>(0x80006005u);
 constexpr status_t B_BAD_VALUE = static_cast<status_t>(0x80000005u);
 constexpr status_t B_NO_MEMORY = static_cast<status_t>(0x80000000u);
+constexpr status_t B_PERMISSION_DENIED = static_cast<status_t>(0x80000002u);
+constexpr status_t B_TIMED_OUT = static_cast<status_t>(0x80000009u);
+constexpr status_t B_WOULD_BLOCK = static_cast<status_t>(0x8000000bu);
+// Results of launching a program by signature (the Roster).
+constexpr status_t B_ALREADY_RUNNING = static_cast<status_t>(0x80003005u);
+constexpr status_t B_LAUNCH_FAILED = static_cast<status_t>(0x80003006u);
+constexpr status_t B_LAUNCH_FAILED_APP_NOT_FOUND = static_cast<status_t>(0x8000300cu);
 
 // Open modes (the access part is mode & 3).
 constexpr uint32_t B_READ_ONLY = 0;
