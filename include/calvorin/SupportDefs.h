@@ -36,6 +36,7 @@ constexpr uint32_t MakeTypeCode(char a, char b, char c, char d)
 }
 constexpr uint32_t B_INT8_TYPE = MakeTypeCode('B', 'Y', 'T', 'E');
 constexpr uint32_t B_INT32_TYPE = MakeTypeCode('L', 'O', 'N', 'G');
+constexpr uint32_t B_INT64_TYPE = MakeTypeCode('L', 'L', 'N', 'G');
 constexpr uint32_t B_BOOL_TYPE = MakeTypeCode('B', 'O', 'O', 'L');
 constexpr uint32_t B_FLOAT_TYPE = MakeTypeCode('F', 'L', 'O', 'T');
 constexpr uint32_t B_RECT_TYPE = MakeTypeCode('R', 'E', 'C', 'T');
