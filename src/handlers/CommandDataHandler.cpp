@@ -3,6 +3,8 @@
 #include <atomic>
 
 #include "calvorin/Event.h"
+#include "core/ErrorReporting.h"
+#include "handlers/EventLock.h"
 #include "handlers/HandlerRecord.h"
 #include "handlers/VerifiedTextRecord.h"
 
@@ -35,9 +37,9 @@ QWidget* CommandDataHandler::CreateEditView(Rect frame)
 
 void CommandDataHandler::SetCommand(const char* command)
 {
-    ReplaceRecordText(&fCommand, command);
+    SetNewString(command, &fCommand);
     Event* event = GetAttachedTo();
-    Autolock lock(event->GetProtectionSemaphore());
+    EventLock lock(event);
     event->SetModified();
 }
 

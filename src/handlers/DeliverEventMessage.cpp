@@ -7,24 +7,20 @@
 #include "calvorin/Event.h"
 #include "calvorin/EventOwner.h"
 #include "core/AlertPort.h"
+#include "core/TimeText.h"
 
 namespace {
-
-const char* const kDayAbbr[7] = {"Sun", "Mon", "Tue", "Wed", "Thu", "Fri", "Sat"};
-const char* const kMonthAbbr[12] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
-                                    "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
 
 // The time of a missed occurrence, always on the 12-hour clock, e.g.
 // "Sun, Jan 05 1999, 09:05 AM".
 std::string MissedTimeText(int32_t time)
 {
-    time_t t = time;
     struct tm cal = {};
-    localtime_r(&t, &cal);
+    Safe_localtime(time, &cal);
     int hour = cal.tm_hour > 12 ? cal.tm_hour - 12 : (cal.tm_hour == 0 ? 12 : cal.tm_hour);
     char buffer[64];
     std::snprintf(buffer, sizeof buffer, "%s, %s %02d %04d, %02d:%02d %s",
-                  kDayAbbr[cal.tm_wday], kMonthAbbr[cal.tm_mon], cal.tm_mday,
+                  DayAbbr[cal.tm_wday], MonthAbbr[cal.tm_mon], cal.tm_mday,
                   cal.tm_year + 1900, hour, cal.tm_min, cal.tm_hour > 11 ? "PM" : "AM");
     return buffer;
 }

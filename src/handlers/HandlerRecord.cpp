@@ -49,15 +49,3 @@ bool WriteRecordBytes(EndianIndependentFile* file, const void* bytes, uint32_t s
         return true;
     return file->WriteRaw(bytes, size) == int32_t(size);
 }
-
-void ReplaceRecordText(char** target, const char* text)
-{
-    char* copy = nullptr;
-    if (text != nullptr && text[0] != '\0') {
-        size_t length = std::strlen(text);
-        copy = new char[length + 1];
-        std::memcpy(copy, text, length + 1);
-    }
-    delete[] *target;
-    *target = copy;
-}

@@ -1,6 +1,5 @@
 // Helpers for the records the handlers keep in event set files: the 32-bit
-// count that opens every record, raw byte runs, and the owned texts the
-// handlers hold.
+// count that opens every record and raw byte runs.
 #pragma once
 
 #include <cstdint>
@@ -19,6 +18,3 @@ bool ReadRecordBytes(EndianIndependentFile* file, uint32_t size, char** bytes);
 
 // Writes size raw bytes; false when fewer were written.
 bool WriteRecordBytes(EndianIndependentFile* file, const void* bytes, uint32_t size);
-
-// Replaces an owned text with a copy of text; null and "" leave it null.
-void ReplaceRecordText(char** target, const char* text);

@@ -4,6 +4,8 @@
 #include <cstring>
 
 #include "calvorin/AddOn.h"
+#include "core/ErrorReporting.h"
+#include "handlers/EventLock.h"
 #include "handlers/HandlerRecord.h"
 
 char DefHandMessageName[] = "Message";
@@ -36,7 +38,7 @@ QWidget* MessageDataHandler::CreateEditView(Rect frame)
 
 void MessageDataHandler::SetMessage(const char* message)
 {
-    ReplaceRecordText(&fMessage, message);
+    SetNewString(message, &fMessage);
 }
 
 bool MessageDataHandler::SaveData(EndianIndependentFile* file)
@@ -67,16 +69,16 @@ void MessageDataHandler::DealWithEvent(bool missed)
     bool nag = false;
     char* message = nullptr;
     {
-        Autolock lock(event->GetProtectionSemaphore());
+        EventLock lock(event);
         nag = event->GetApplyNag();
-        ReplaceRecordText(&message, fMessage);
+        message = GetCopyString(fMessage);
     }
     if (!nag) {
         DeliverEventMessage(event, missed, "\n\n", message, nullptr, nullptr, nullptr, "OK",
                             nullptr);
     } else if (DeliverEventMessage(event, missed, "\n\n", message, nullptr, nullptr, nullptr,
                                    "Don't nag", "OK") == 0) {
-        Autolock lock(event->GetProtectionSemaphore());
+        EventLock lock(event);
         event->SetSkipNag();
     }
     delete[] message;

@@ -4,6 +4,8 @@
 #include <string>
 
 #include "calvorin/AddOn.h"
+#include "core/ErrorReporting.h"
+#include "handlers/EventLock.h"
 #include "handlers/HandlerRecord.h"
 #include "handlers/HandlerRegistry.h"
 
@@ -17,7 +19,7 @@ std::atomic<UnknownDataHandler::EditViewMaker> gEditViewMaker{nullptr};
 
 UnknownDataHandler::UnknownDataHandler(Event* attachedTo) : EventAddOnData(attachedTo)
 {
-    ReplaceRecordText(&fHandlerName, DefHandUnknownName);
+    SetNewString(DefHandUnknownName, &fHandlerName);
 }
 
 UnknownDataHandler::~UnknownDataHandler()
@@ -40,7 +42,7 @@ QWidget* UnknownDataHandler::CreateEditView(Rect frame)
 
 void UnknownDataHandler::SetOriginalHandler(const char* name)
 {
-    ReplaceRecordText(&fHandlerName, name);
+    SetNewString(name, &fHandlerName);
 }
 
 bool UnknownDataHandler::SaveData(EndianIndependentFile* file)
@@ -65,9 +67,9 @@ void UnknownDataHandler::DealWithEvent(bool missed)
     bool nag = false;
     char* name = nullptr;
     {
-        Autolock lock(event->GetProtectionSemaphore());
+        EventLock lock(event);
         nag = event->GetApplyNag();
-        ReplaceRecordText(&name, fHandlerName);
+        name = GetCopyString(fHandlerName);
     }
     // The user's add-on folder is named as it is on this machine.
     std::string folder = UserAddOnFolder();
@@ -81,7 +83,7 @@ void UnknownDataHandler::DealWithEvent(bool missed)
                             nullptr);
     } else if (DeliverEventMessage(event, missed, opening, name, middle, folder.c_str(), closing,
                                    "Don't nag", "OK") == 0) {
-        Autolock lock(event->GetProtectionSemaphore());
+        EventLock lock(event);
         event->SetSkipNag();
     }
     delete[] name;
