@@ -81,6 +81,7 @@ public:
 private:
     void InitNew();
     void ReadFile(const char* fileName, ConstructorResult* result, bool* ok);
+    void DeleteAllEvents();
 
     std::vector<Event*> fEvents;
     int32_t fNextEventTime = 0;
@@ -96,6 +97,7 @@ private:
     CLVSortMode fSortModes[5] = {};
     ViewModes fViewMode = ListViewMode;
     bool fModified = false;
+    bool fDestroying = false;  // the destructor is deleting the events
     bool fReadBigEndian = false;
     char fReadVersion[30] = "1.2";
 };
