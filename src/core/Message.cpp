@@ -487,6 +487,20 @@ status_t Message::GetInfo(const char* name, uint32_t* type, int32_t* count) cons
     return B_OK;
 }
 
+status_t Message::GetInfo(int32_t index, const char** name, uint32_t* type, int32_t* count) const
+{
+    if (index < 0 || size_t(index) >= fFields.size())
+        return B_BAD_VALUE;
+    const Field& field = fFields[size_t(index)];
+    if (name != nullptr)
+        *name = field.name.c_str();
+    if (type != nullptr)
+        *type = field.type;
+    if (count != nullptr)
+        *count = int32_t(field.values.size());
+    return B_OK;
+}
+
 int32_t Message::CountNames() const
 {
     return int32_t(fFields.size());

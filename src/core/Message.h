@@ -62,6 +62,9 @@ public:
     bool HasField(const char* name) const;
     // Type code and number of values under a name; B_NAME_NOT_FOUND if absent.
     status_t GetInfo(const char* name, uint32_t* type, int32_t* count) const;
+    // The same for the field at an index (in the order the names were
+    // added), with its name; B_BAD_VALUE past the last field.
+    status_t GetInfo(int32_t index, const char** name, uint32_t* type, int32_t* count) const;
     int32_t CountNames() const;
     status_t RemoveName(const char* name);
     void MakeEmpty();
