@@ -73,8 +73,18 @@ status_t BufferedFile::Open(const char* path, uint32_t openMode)
     do {
         fd = ::open(path, flags, 0644);
     } while (fd < 0 && errno == EINTR);
-    if (fd < 0)
-        return B_FILE_ERROR;
+    if (fd < 0) {
+        switch (errno) {
+            case ENOENT:
+                return B_NAME_NOT_FOUND;
+            case EACCES:
+            case EPERM:
+            case EROFS:
+                return B_PERMISSION_DENIED;
+            default:
+                return B_FILE_ERROR;
+        }
+    }
 
     // A folder opens read-only on Linux but is no file to read from.
     struct stat info;

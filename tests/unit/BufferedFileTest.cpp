@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <cstring>
 #include <memory>
@@ -170,13 +171,13 @@ TEST_F(BufferedFileTest, AccessModeLimitsBufferedTransfers)
 TEST_F(BufferedFileTest, FailedOpenLeavesAnUnusableObject)
 {
     BufferedFile missing(Path("missing").c_str(), B_READ_ONLY, 16);
-    EXPECT_NE(missing.InitCheck(), B_OK);
+    EXPECT_EQ(missing.InitCheck(), B_NAME_NOT_FOUND);
     char c;
     EXPECT_EQ(missing.BufferedRead(&c, 1), 0);
     EXPECT_EQ(missing.BufferedPreview(&c, 1), 0);
 
     BufferedFile noCreate(Path("missing").c_str(), B_WRITE_ONLY, 16);
-    EXPECT_NE(noCreate.InitCheck(), B_OK);
+    EXPECT_EQ(noCreate.InitCheck(), B_NAME_NOT_FOUND);
     EXPECT_EQ(noCreate.BufferedWrite("x", 1), 0);
     EXPECT_FALSE(std::filesystem::exists(Path("missing")));
 
@@ -188,6 +189,17 @@ TEST_F(BufferedFileTest, FailedOpenLeavesAnUnusableObject)
     EXPECT_NE(badMode.InitCheck(), B_OK);
     BufferedFile noBuffer(Path().c_str(), B_READ_ONLY, 0);
     EXPECT_NE(noBuffer.InitCheck(), B_OK);
+}
+
+TEST_F(BufferedFileTest, UnwritableFolderIsReportedAsSuch)
+{
+    if (geteuid() == 0)
+        GTEST_SKIP() << "permissions do not apply to root";
+    std::filesystem::create_directory(Path("locked"));
+    chmod(Path("locked").c_str(), 0500);
+    BufferedFile file((Path("locked") + "/new").c_str(), B_WRITE_ONLY | B_CREATE_FILE, 16);
+    EXPECT_EQ(file.InitCheck(), B_PERMISSION_DENIED);
+    chmod(Path("locked").c_str(), 0700);
 }
 
 TEST_F(BufferedFileTest, CreateEraseAndOpenAtEnd)
