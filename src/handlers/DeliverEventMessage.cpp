@@ -47,15 +47,15 @@ int DeliverEventMessage(Event* event, bool missed, const char* text1, const char
             text += "\nThe event was missed.  It occurred ";
             text += MissedTimeText(event->GetActualEventTime());
         }
-        text += text1;
-        for (const char* piece : {text2, text3, text4, text5}) {
+        for (const char* piece : {text1, text2, text3, text4, text5}) {
             if (piece != nullptr)
                 text += piece;
         }
         if (owner != nullptr)
             owner->Unlock();
     }
-    request.buttons.push_back(button0);
+    // An add-on that gives no first button still gets one to answer with.
+    request.buttons.push_back(button0 != nullptr ? button0 : "OK");
     if (button1 != nullptr)
         request.buttons.push_back(button1);
     request.shortcuts.assign(request.buttons.size(), 0);

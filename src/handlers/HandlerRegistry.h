@@ -43,8 +43,9 @@ std::string UserAddOnFolder();
 void SetApplicationFolder(const std::string& folder);
 const std::string& GetApplicationFolder();
 
-// Registers the built-ins, then loads every add-on of the add-on folders,
-// reporting each one that fails. Fatal errors end the program.
+// Registers the built-ins, then loads every add-on of the add-on folders
+// (each folder's entries in name order), reporting each one that fails.
+// An application folder that cannot be found ends the program.
 void LoadEventHandlers();
 // Registers only the five built-ins (tools and tests that want no add-ons).
 void LoadBuiltInHandlers();
