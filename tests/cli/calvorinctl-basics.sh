@@ -136,6 +136,24 @@ expect_out '"Status": 3'
 expect_out '"NextEventTime": 0'
 expect_out '"None"'
 
+# Fields are taken as given, without the setters' side effects: a SubDaily
+# event keeps ApplyTime false and a weekly one keeps its timing type 0.
+echo '{"PeriodType": 11, "ApplyTime": false, "MultiStartTime": 985165200, "Multiple": 1}' >"$work/raw.json"
+run 0 --now "$now" eval "$work/raw.json"
+expect_out '"ApplyTime": false'
+echo '{"PeriodType": 3, "TimingType": 0, "SavedTimingType": 2, "DayOfWeek": 5}' >"$work/raw.json"
+run 0 --now "$now" eval "$work/raw.json"
+expect_out '"TimingType": 0'
+expect_out '"SavedTimingType": 2'
+
+# What eval prints reads back as the same event.
+run 0 --now "$now" eval "$src/data/samples/birthday.json"
+cp "$work/out" "$work/first.json"
+run 0 --now "$now" eval "$work/first.json"
+cmp -s "$work/out" "$work/first.json" || fail "eval output does not read back the same: $(diff "$work/first.json" "$work/out")"
+expect_out '"PrewarnMessage": "One week to go: order a present."'
+expect_out '"Comment": "She likes dark chocolate and crime novels."'
+
 # Wrong input: the key is named, the status is 1.
 echo '{"Name": "x", "Bogus": 1}' >"$work/bad.json"
 run 1 --now "$now" eval "$work/bad.json"
@@ -150,6 +168,12 @@ expect_err '"Active"'
 echo '{"EventTime": 4294967296}' >"$work/bad.json"
 run 1 --now "$now" eval "$work/bad.json"
 expect_err '"EventTime"'
+echo '{"Name": "a\u0000b"}' >"$work/bad.json"
+run 1 --now "$now" eval "$work/bad.json"
+expect_err '"Name"'
+echo '{"WindowFrame": [1, 2, 3]}' >"$work/bad.json"
+run 1 --now "$now" eval "$work/bad.json"
+expect_err '"WindowFrame"'
 printf '{"Name": "x",\n "Active": tru }' >"$work/bad.json"
 run 1 --now "$now" eval "$work/bad.json"
 one_line_error "eval of malformed JSON"
