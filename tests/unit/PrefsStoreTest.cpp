@@ -1,0 +1,405 @@
+// The settings store: items survive a reopen with their types and sizes,
+// only saved changes persist, a save is all or nothing, and a damaged or
+// unusable store is reported instead of crashing or losing the file.
+#include <gtest/gtest.h>
+
+#include <sqlite3.h>
+
+#include <atomic>
+#include <cstring>
+#include <fstream>
+#include <sstream>
+#include <sys/stat.h>
+#include <thread>
+#include <unistd.h>
+#include <vector>
+
+#include "PlatformTestSupport.h"
+#include "prefs/Prefs.h"
+
+namespace {
+
+constexpr const char* kApplication = "x-vnd.QZ-Calvorin";
+constexpr const char* kSetName = "CalvorinSettings";
+
+std::string ReadFile(const std::string& path)
+{
+    std::ifstream in(path, std::ios::binary);
+    std::stringstream content;
+    content << in.rdbuf();
+    return content.str();
+}
+
+class PrefsStoreTest : public ::testing::Test {
+protected:
+    PrefsStoreTest() : fConfig("XDG_CONFIG_HOME", fFolder.Path().c_str()) {}
+
+    std::string StorePath() const { return fFolder / "calvorin/settings.sqlite"; }
+
+    // Opens the store and the settings set (created when missing).
+    void Open(const char* set = kSetName, const char* application = kApplication)
+    {
+        ASSERT_EQ(PREFInit(application, &fHandle), B_OK);
+        ASSERT_NE(fHandle, nullptr);
+        ASSERT_EQ(PREFLoadSet(fHandle, set, true, &fSet), B_OK);
+        ASSERT_NE(fSet, nullptr);
+    }
+    void Close()
+    {
+        if (fSet) {
+            EXPECT_EQ(PREFDisposeSet(fSet), B_OK);
+        }
+        if (fHandle) {
+            EXPECT_EQ(PREFShutdown(fHandle), B_OK);
+        }
+        fSet = nullptr;
+        fHandle = nullptr;
+    }
+    void TearDown() override { Close(); }
+
+    // The item's bytes, or "<missing>".
+    std::string Item(const char* key, uint32_t* typeOut = nullptr)
+    {
+        const void* data = nullptr;
+        size_t size = 99;
+        uint32_t type = 0;
+        if (PREFGetData(fSet, key, &data, &size, &type) != B_OK)
+            return "<missing>";
+        if (typeOut)
+            *typeOut = type;
+        return size ? std::string(static_cast<const char*>(data), size) : std::string();
+    }
+    void Put(const char* key, const std::string& bytes, uint32_t type = B_INT8_TYPE)
+    {
+        ASSERT_EQ(PREFSetData(fSet, key, bytes.data(), bytes.size(), type), B_OK);
+    }
+
+    TempFolder fFolder;
+    ScopedEnvironment fConfig;
+    PREFHandle fHandle = nullptr;
+    PREFData fSet = nullptr;
+};
+
+TEST_F(PrefsStoreTest, ItemsSurviveReopeningWithTypesAndSizes)
+{
+    Open();
+    const int32_t columnOrder[6] = {5, 4, 3, 2, 1, 0};
+    const bool shown[6] = {true, false, true, true, false, true};
+    const float frame[4] = {16.0f, 33.0f, 569.0f, 357.5f};
+    const std::string paths("/home/a/Work.calvorin\0/home/a/Birthdays\0", 39);
+    ASSERT_EQ(PREFSetData(fSet, "ColumnOrder", columnOrder, sizeof(columnOrder), B_INT32_TYPE), B_OK);
+    ASSERT_EQ(PREFSetData(fSet, "ColumnShown", shown, sizeof(shown), B_BOOL_TYPE), B_OK);
+    ASSERT_EQ(PREFSetData(fSet, "SetWindowFrame", frame, sizeof(frame), B_RECT_TYPE), B_OK);
+    Put("SetsToUse", paths);
+    ASSERT_EQ(PREFSetData(fSet, "Empty", nullptr, 0, B_RAW_TYPE), B_OK);
+    // A type code that is no standard one is kept as it is.
+    Put("Odd", "x", 0xfffffffeu);
+    ASSERT_EQ(PREFSaveSet(fSet), B_OK);
+    Close();
+
+    struct stat info;
+    ASSERT_EQ(stat((fFolder / "calvorin").c_str(), &info), 0);
+    EXPECT_EQ(info.st_mode & 0777, 0700u);
+    ASSERT_EQ(stat(StorePath().c_str(), &info), 0);
+
+    ASSERT_EQ(PREFInit(kApplication, &fHandle), B_OK);
+    ASSERT_EQ(PREFLoadSet(fHandle, kSetName, false, &fSet), B_OK);
+    const void* data;
+    size_t size;
+    uint32_t type;
+    ASSERT_EQ(PREFGetData(fSet, "ColumnOrder", &data, &size, &type), B_OK);
+    EXPECT_EQ(type, B_INT32_TYPE);
+    ASSERT_EQ(size, sizeof(columnOrder));
+    EXPECT_EQ(std::memcmp(data, columnOrder, size), 0);
+    ASSERT_EQ(PREFGetData(fSet, "ColumnShown", &data, &size, &type), B_OK);
+    EXPECT_EQ(type, B_BOOL_TYPE);
+    EXPECT_EQ(size, 6u);
+    ASSERT_EQ(PREFGetData(fSet, "SetWindowFrame", &data, &size, &type), B_OK);
+    EXPECT_EQ(type, B_RECT_TYPE);
+    ASSERT_EQ(size, 16u);
+    EXPECT_EQ(std::memcmp(data, frame, size), 0);
+    EXPECT_EQ(Item("SetsToUse", &type), paths);
+    EXPECT_EQ(type, B_INT8_TYPE);
+    EXPECT_EQ(Item("Empty", &type), "");
+    EXPECT_EQ(type, B_RAW_TYPE);
+    EXPECT_EQ(Item("Odd", &type), "x");
+    EXPECT_EQ(type, 0xfffffffeu);
+    EXPECT_EQ(Item("NeverWritten"), "<missing>");
+}
+
+TEST_F(PrefsStoreTest, SetThatWasNeverSavedIsFoundOnlyWhenCreated)
+{
+    ASSERT_EQ(PREFInit(kApplication, &fHandle), B_OK);
+    PREFData set = reinterpret_cast<PREFData>(1);
+    EXPECT_EQ(PREFLoadSet(fHandle, kSetName, false, &set), B_NAME_NOT_FOUND);
+    EXPECT_EQ(set, nullptr);
+    ASSERT_EQ(PREFLoadSet(fHandle, kSetName, true, &fSet), B_OK);
+    EXPECT_EQ(Item("Time24Hour"), "<missing>");
+    // Creating it in memory does not make it exist in the store.
+    PREFData again = nullptr;
+    EXPECT_EQ(PREFLoadSet(fHandle, kSetName, false, &again), B_NAME_NOT_FOUND);
+    // An empty set that was saved exists.
+    ASSERT_EQ(PREFSaveSet(fSet), B_OK);
+    ASSERT_EQ(PREFLoadSet(fHandle, kSetName, false, &again), B_OK);
+    PREFDisposeSet(again);
+}
+
+TEST_F(PrefsStoreTest, OnlySavedChangesPersist)
+{
+    Open();
+    Put("Time24Hour", std::string(1, '\1'), B_BOOL_TYPE);
+    Put("ViewMode", std::string(4, '\0'), B_INT32_TYPE);
+    ASSERT_EQ(PREFSaveSet(fSet), B_OK);
+    Put("Time24Hour", std::string(1, '\0'), B_BOOL_TYPE);
+    Put("NumberOfKeys", "abcd", B_INT32_TYPE);
+    ASSERT_EQ(PREFDelete(fSet, "ViewMode"), B_OK);
+    // The set itself sees its changes at once.
+    EXPECT_EQ(Item("Time24Hour"), std::string(1, '\0'));
+    EXPECT_EQ(Item("ViewMode"), "<missing>");
+    Close();
+
+    Open();
+    EXPECT_EQ(Item("Time24Hour"), "\1");
+    EXPECT_EQ(Item("ViewMode"), std::string(4, '\0'));
+    EXPECT_EQ(Item("NumberOfKeys"), "<missing>");
+}
+
+TEST_F(PrefsStoreTest, DeletedItemsStayDeleted)
+{
+    Open();
+    Put("SetsToUse", "a");
+    Put("UserIcons", "b");
+    ASSERT_EQ(PREFSaveSet(fSet), B_OK);
+    EXPECT_EQ(PREFDelete(fSet, "SetsToUse"), B_OK);
+    EXPECT_EQ(PREFDelete(fSet, "SetsToUse"), B_NAME_NOT_FOUND);
+    EXPECT_EQ(PREFDelete(fSet, "GroupActiveEventsFirst"), B_NAME_NOT_FOUND);
+    ASSERT_EQ(PREFSaveSet(fSet), B_OK);
+    Close();
+
+    Open();
+    EXPECT_EQ(Item("SetsToUse"), "<missing>");
+    EXPECT_EQ(Item("UserIcons"), "b");
+}
+
+TEST_F(PrefsStoreTest, SetsAndApplicationsAreIndependent)
+{
+    Open("One");
+    Put("Key", "one");
+    ASSERT_EQ(PREFSaveSet(fSet), B_OK);
+    PREFData two = nullptr;
+    ASSERT_EQ(PREFLoadSet(fHandle, "Two", true, &two), B_OK);
+    ASSERT_EQ(PREFSetData(two, "Key", "two", 3, B_INT8_TYPE), B_OK);
+    ASSERT_EQ(PREFSaveSet(two), B_OK);
+    // Saving "One" again (without the item) leaves "Two" alone.
+    ASSERT_EQ(PREFDelete(fSet, "Key"), B_OK);
+    ASSERT_EQ(PREFSaveSet(fSet), B_OK);
+    PREFDisposeSet(two);
+    Close();
+
+    Open("Two");
+    EXPECT_EQ(Item("Key"), "two");
+    Close();
+    Open("One");
+    EXPECT_EQ(Item("Key"), "<missing>");
+    Close();
+    // Another application with a set of the same name sees nothing of it.
+    ASSERT_EQ(PREFInit("x-vnd.Other", &fHandle), B_OK);
+    EXPECT_EQ(PREFLoadSet(fHandle, "Two", false, &fSet), B_NAME_NOT_FOUND);
+}
+
+TEST_F(PrefsStoreTest, FailedSaveChangesNothing)
+{
+    Open();
+    Put("A", "old");
+    Put("B", "old");
+    ASSERT_EQ(PREFSaveSet(fSet), B_OK);
+
+    // Make the store refuse one item in the middle of the next save.
+    sqlite3* db = nullptr;
+    ASSERT_EQ(sqlite3_open(StorePath().c_str(), &db), SQLITE_OK);
+    ASSERT_EQ(sqlite3_exec(db,
+                           "CREATE TRIGGER refuse BEFORE INSERT ON prefs_items"
+                           " WHEN NEW.key = 'M' BEGIN SELECT RAISE(ABORT, 'refused'); END;",
+                           nullptr, nullptr, nullptr),
+              SQLITE_OK);
+    Put("A", "new");
+    Put("M", "new");
+    Put("Z", "new");
+    ASSERT_EQ(PREFDelete(fSet, "B"), B_OK);
+    EXPECT_EQ(PREFSaveSet(fSet), B_FILE_ERROR);
+    ASSERT_EQ(sqlite3_exec(db, "DROP TRIGGER refuse", nullptr, nullptr, nullptr), SQLITE_OK);
+    sqlite3_close(db);
+    Close();
+
+    Open();
+    EXPECT_EQ(Item("A"), "old");
+    EXPECT_EQ(Item("B"), "old");
+    EXPECT_EQ(Item("M"), "<missing>");
+    EXPECT_EQ(Item("Z"), "<missing>");
+}
+
+TEST_F(PrefsStoreTest, SaveWaitsForAnotherWriter)
+{
+    Open();
+    Put("A", "mine");
+    sqlite3* db = nullptr;
+    ASSERT_EQ(sqlite3_open(StorePath().c_str(), &db), SQLITE_OK);
+    ASSERT_EQ(sqlite3_exec(db, "BEGIN IMMEDIATE", nullptr, nullptr, nullptr), SQLITE_OK);
+    std::atomic<bool> saving{false};
+    std::thread other([&]() {
+        while (!saving.load())
+            std::this_thread::yield();
+        std::this_thread::sleep_for(std::chrono::milliseconds(300));
+        sqlite3_exec(db, "COMMIT", nullptr, nullptr, nullptr);
+    });
+    saving.store(true);
+    EXPECT_EQ(PREFSaveSet(fSet), B_OK);
+    other.join();
+    sqlite3_close(db);
+}
+
+TEST_F(PrefsStoreTest, DamagedFileIsKeptAsideAndDefaultsUsed)
+{
+    Open();
+    Put("A", "lost");
+    ASSERT_EQ(PREFSaveSet(fSet), B_OK);
+    Close();
+    const std::string garbage = "This is not a database, just some bytes.\n";
+    {
+        std::ofstream out(StorePath(), std::ios::binary | std::ios::trunc);
+        out << garbage;
+    }
+    // An older damaged copy is kept too.
+    {
+        std::ofstream out(StorePath() + ".damaged", std::ios::binary);
+        out << "older";
+    }
+
+    EXPECT_EQ(PREFInit(kApplication, &fHandle), B_PREF_STORE_REPLACED);
+    ASSERT_NE(fHandle, nullptr);
+    ASSERT_NE(PREFInitProblemText(), nullptr);
+    const std::string problem = PREFInitProblemText();
+    EXPECT_NE(problem.find("The settings file " + StorePath() + " is damaged"), std::string::npos)
+        << problem;
+    EXPECT_NE(problem.find("keeps a copy as settings.sqlite.damaged.2"), std::string::npos)
+        << problem;
+    EXPECT_EQ(ReadFile(StorePath() + ".damaged.2"), garbage);
+    EXPECT_EQ(ReadFile(StorePath() + ".damaged"), "older");
+
+    // The fresh store starts empty and works.
+    ASSERT_EQ(PREFLoadSet(fHandle, kSetName, true, &fSet), B_OK);
+    EXPECT_EQ(Item("A"), "<missing>");
+    Put("A", "fresh");
+    ASSERT_EQ(PREFSaveSet(fSet), B_OK);
+    Close();
+
+    // Told once: the next start finds a good store.
+    Open();
+    EXPECT_EQ(PREFInitProblemText(), nullptr);
+    EXPECT_EQ(Item("A"), "fresh");
+}
+
+TEST_F(PrefsStoreTest, UnreadableFileIsKeptAside)
+{
+    if (geteuid() == 0)
+        GTEST_SKIP() << "permissions do not bind the superuser";
+    Open();
+    Put("A", "kept");
+    ASSERT_EQ(PREFSaveSet(fSet), B_OK);
+    Close();
+    const std::string saved = ReadFile(StorePath());
+    ASSERT_EQ(chmod(StorePath().c_str(), 0), 0);
+
+    EXPECT_EQ(PREFInit(kApplication, &fHandle), B_PREF_STORE_REPLACED);
+    ASSERT_NE(PREFInitProblemText(), nullptr);
+    EXPECT_NE(std::string(PREFInitProblemText()).find("cannot be read"), std::string::npos);
+    const std::string aside = StorePath() + ".damaged";
+    ASSERT_EQ(chmod(aside.c_str(), 0600), 0);
+    EXPECT_EQ(ReadFile(aside), saved);
+}
+
+TEST_F(PrefsStoreTest, DatabaseOfAnotherLayoutIsReplaced)
+{
+    ASSERT_EQ(mkdir((fFolder / "calvorin").c_str(), 0700), 0);
+    sqlite3* db = nullptr;
+    ASSERT_EQ(sqlite3_open(StorePath().c_str(), &db), SQLITE_OK);
+    ASSERT_EQ(sqlite3_exec(db, "CREATE TABLE prefs_items (name TEXT); PRAGMA user_version = 1;",
+                           nullptr, nullptr, nullptr),
+              SQLITE_OK);
+    sqlite3_close(db);
+
+    EXPECT_EQ(PREFInit(kApplication, &fHandle), B_PREF_STORE_REPLACED);
+    ASSERT_NE(fHandle, nullptr);
+    struct stat info;
+    EXPECT_EQ(stat((StorePath() + ".damaged").c_str(), &info), 0);
+    ASSERT_EQ(PREFLoadSet(fHandle, kSetName, true, &fSet), B_OK);
+    Put("A", "ok");
+    EXPECT_EQ(PREFSaveSet(fSet), B_OK);
+}
+
+TEST_F(PrefsStoreTest, UnusableFolderIsReportedClearly)
+{
+    // A file where the configuration folder should be.
+    {
+        std::ofstream out(fFolder / "file");
+    }
+    ScopedEnvironment config("XDG_CONFIG_HOME", (fFolder / "file").c_str());
+    fHandle = reinterpret_cast<PREFHandle>(1);
+    EXPECT_EQ(PREFInit(kApplication, &fHandle), B_PREF_STORE_UNAVAILABLE);
+    EXPECT_EQ(fHandle, nullptr);
+    ASSERT_NE(PREFInitProblemText(), nullptr);
+    EXPECT_NE(std::string(PREFInitProblemText()).find(fFolder / "file/calvorin"), std::string::npos);
+}
+
+TEST_F(PrefsStoreTest, FolderWithoutWritePermissionIsReported)
+{
+    if (geteuid() == 0)
+        GTEST_SKIP() << "permissions do not bind the superuser";
+    ASSERT_EQ(mkdir((fFolder / "locked").c_str(), 0500), 0);
+    ScopedEnvironment locked("XDG_CONFIG_HOME", (fFolder / "locked").c_str());
+    EXPECT_EQ(PREFInit(kApplication, &fHandle), B_PREF_STORE_UNAVAILABLE);
+    EXPECT_EQ(fHandle, nullptr);
+}
+
+TEST_F(PrefsStoreTest, RelativeConfigFolderFallsBackToHome)
+{
+    ScopedEnvironment config("XDG_CONFIG_HOME", "relative/config");
+    ScopedEnvironment home("HOME", fFolder.Path().c_str());
+    Open();
+    struct stat info;
+    EXPECT_EQ(stat((fFolder / ".config/calvorin/settings.sqlite").c_str(), &info), 0);
+}
+
+TEST_F(PrefsStoreTest, BadArgumentsAreRefused)
+{
+    EXPECT_EQ(PREFInit(nullptr, &fHandle), B_BAD_VALUE);
+    EXPECT_EQ(PREFInit("", &fHandle), B_BAD_VALUE);
+    EXPECT_EQ(PREFInit(kApplication, nullptr), B_BAD_VALUE);
+    Open();
+    PREFData set = nullptr;
+    EXPECT_EQ(PREFLoadSet(nullptr, kSetName, true, &set), B_BAD_VALUE);
+    EXPECT_EQ(PREFLoadSet(fHandle, "", true, &set), B_BAD_VALUE);
+    EXPECT_EQ(PREFSetData(fSet, "A", nullptr, 4, B_INT32_TYPE), B_BAD_VALUE);
+    EXPECT_EQ(PREFSetData(fSet, "", "x", 1, B_INT8_TYPE), B_BAD_VALUE);
+    EXPECT_EQ(PREFSetData(nullptr, "A", "x", 1, B_INT8_TYPE), B_BAD_VALUE);
+    const void* data;
+    size_t size;
+    EXPECT_EQ(PREFGetData(fSet, "A", &data, &size, nullptr), B_BAD_VALUE);
+    EXPECT_EQ(PREFSaveSet(nullptr), B_BAD_VALUE);
+    EXPECT_EQ(PREFDisposeSet(nullptr), B_BAD_VALUE);
+    EXPECT_EQ(PREFShutdown(nullptr), B_BAD_VALUE);
+}
+
+TEST_F(PrefsStoreTest, SetOutlivesItsHandle)
+{
+    Open();
+    ASSERT_EQ(PREFShutdown(fHandle), B_OK);
+    fHandle = nullptr;
+    Put("A", "still");
+    EXPECT_EQ(PREFSaveSet(fSet), B_OK);
+    Close();
+    Open();
+    EXPECT_EQ(Item("A"), "still");
+}
+
+}  // namespace
