@@ -16,9 +16,9 @@ nlohmann::json EventToJson(Event& event);
 
 // Sets the fields the object names exactly as given, without the setters'
 // side effects, then refreshes the row texts. Keys in extraKeys are left for
-// the caller (for example "Handler"). An unknown key, a value of the wrong
-// type or out of range gives false and an error naming the key; the event is
-// then unchanged.
+// the caller (for example "Handler"); "Columns", which EventToJson adds, is
+// ignored. An unknown key, a value of the wrong type or out of range gives
+// false and an error naming the key; the event is then unchanged.
 bool ApplyEventJson(const nlohmann::json& object, Event& event, std::string* error,
                     const std::set<std::string>& extraKeys = {});
 
