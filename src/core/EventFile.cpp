@@ -1,6 +1,7 @@
 // One event's record in an event set file: its fields in a fixed order, its
 // icon when it has its own, the editor window's frame, then the name of its
 // handler and the handler's own block (a 32-bit count and that many bytes).
+#include <cassert>
 #include <cstring>
 
 #include "calvorin/EndianIndependentFile.h"
@@ -14,54 +15,102 @@
 namespace {
 
 constexpr int32_t kStringBufferSize = 4096;
+constexpr int32_t kTextPreview = 256;
 constexpr int32_t kCustomIcon = -2;
 constexpr int32_t kLastStandardIcon = 10;
 
-// Reads the fields of one record, in order, into an event. Every read is
-// checked; the first that fails makes the whole record unreadable.
+// The widths of a run of fixed-size fields: 'i' a 32-bit number, 'b' a byte.
+constexpr uint32_t Width(const char* layout)
+{
+    uint32_t width = 0;
+    for (; *layout != '\0'; ++layout)
+        width += *layout == 'i' ? 4 : 1;
+    return width;
+}
+
+// The runs of fixed-size fields between the texts of a record. Each run is
+// read in one piece and then taken apart field by field.
+constexpr const char* kTimesAndStatus = "iibi";  // next, actual, active, status
+constexpr const char* kSchedule =                // period .. prewarn repeat type
+    "iiiii"                                      // period, multiple, timing, saved, event time
+    "bbbb"                                       // day of month, week of month, day of week, month
+    "ibiibi"                                     // start, apply time, time of day, unit, stop
+    "biibii";                                    // prewarn and its repeat
+constexpr const char* kNag = "bii";
+constexpr const char* kDelivery = "bb";
+constexpr const char* kFrame = "iiiib";  // editor frame, editor open
+
+// Reads one record's fields, in order. Every read is checked; the first that
+// fails makes the whole record unreadable.
 class RecordReader {
 public:
-    RecordReader(EndianIndependentFile* file) : fFile(file) {}
+    explicit RecordReader(EndianIndependentFile* file)
+        : fFile(file), fSwap(!file->IsNativeEndian()) {}
 
-    bool Int32(int32_t* value) { return fOk = fOk && fFile->ReadValue(value); }
-    bool UInt32(uint32_t* value) { return fOk = fOk && fFile->ReadValue(value); }
-    bool Float(float* value) { return fOk = fOk && fFile->ReadNumber(value, 4, 1) == 1; }
-    bool Int8(int8_t* value) { return fOk = fOk && fFile->ReadValue(value); }
-    bool Bool(bool* value)
+    // Reads the next run of fixed-size fields.
+    bool Fetch(uint32_t width)
     {
-        uint8_t byte = 0;
-        fOk = fOk && fFile->ReadValue(&byte);
-        if (fOk)
-            *value = byte != 0;
-        return fOk;
+        fAt = 0;
+        fWidth = width;
+        return fOk = fOk && width <= sizeof fRun && fFile->ReadRaw(fRun, width) == int32_t(width);
     }
+    bool RunUsedUp() const { return !fOk || fAt == fWidth; }
+
+    uint32_t UInt32()
+    {
+        uint32_t value = 0;
+        if (!fOk || fAt + 4 > fWidth)
+            return fOk = false, 0;
+        std::memcpy(&value, fRun + fAt, 4);
+        fAt += 4;
+        return fSwap ? __builtin_bswap32(value) : value;
+    }
+    int32_t Int32() { return int32_t(UInt32()); }
+    float Float()
+    {
+        uint32_t bits = UInt32();
+        float value;
+        std::memcpy(&value, &bits, 4);
+        return value;
+    }
+    uint8_t Byte()
+    {
+        if (!fOk || fAt + 1 > fWidth)
+            return fOk = false, 0;
+        return fRun[fAt++];
+    }
+    bool Bool() { return Byte() != 0; }
     // A number that must lie in [low, high]; anything else is corruption.
-    template <typename Enum> bool Ranged(Enum* value, int32_t low, int32_t high)
+    template <typename Enum> Enum Ranged(int32_t low, int32_t high)
     {
-        int32_t number = 0;
-        fOk = fOk && fFile->ReadValue(&number) && number >= low && number <= high;
-        if (fOk)
-            *value = Enum(number);
-        return fOk;
+        int32_t number = Int32();
+        if (number < low || number > high) {
+            fOk = false;
+            return Enum(low);
+        }
+        return Enum(number);
     }
-    bool Int8Ranged(int8_t* value, int32_t low, int32_t high)
+    int8_t Int8Ranged(int32_t low, int32_t high)
     {
-        fOk = fOk && fFile->ReadValue(value) && *value >= low && *value <= high;
-        return fOk;
+        int8_t value = int8_t(Byte());
+        if (value < low || value > high)
+            fOk = false;
+        return value;
     }
+
     // A text; an empty one stays absent.
     bool Text(char** target)
     {
-        fOk = fOk && ReadRaw();
+        fOk = fOk && ReadText();
         if (fOk)
-            SetNewString(fBuffer, target);
+            SetNewString(fText, target);
         return fOk;
     }
     // A text into the reader's own buffer (for the handler name).
     const char* RawText()
     {
-        fOk = fOk && ReadRaw();
-        return fOk ? fBuffer : nullptr;
+        fOk = fOk && ReadText();
+        return fOk ? fText : nullptr;
     }
     bool Bytes(void* data, uint32_t size)
     {
@@ -70,11 +119,28 @@ public:
     bool Ok() const { return fOk; }
 
 private:
-    bool ReadRaw() { return fFile->ReadString(fBuffer, kStringBufferSize) == B_OK; }
+    // Texts are read as ReadString reads them; when the whole text already
+    // waits in the file's buffer it is taken in one piece instead of byte by
+    // byte.
+    bool ReadText()
+    {
+        int32_t ahead = fFile->BufferedPreview(fText, kTextPreview);
+        if (ahead > 0) {
+            if (const void* end = std::memchr(fText, '\0', size_t(ahead))) {
+                int32_t length = int32_t(static_cast<const char*>(end) - fText) + 1;
+                return fFile->ReadRaw(fText, uint32_t(length)) == length;
+            }
+        }
+        return fFile->ReadString(fText, kStringBufferSize) == B_OK;
+    }
 
     EndianIndependentFile* fFile;
+    bool fSwap;
     bool fOk = true;
-    char fBuffer[kStringBufferSize];
+    uint8_t fRun[64];
+    uint32_t fWidth = 0;
+    uint32_t fAt = 0;
+    char fText[kStringBufferSize];
 };
 
 // Writes the fields of one record; false on the first short write.
@@ -146,43 +212,54 @@ Event::Event(EventOwner* owner, EndianIndependentFile* file, unsigned char versi
     RecordReader in(file);
     Raw r = RawFields();
     in.Text(&r.Name());
-    in.Int32(&r.NextEventTime());
-    in.Int32(&r.ActualEventTime());
-    in.Bool(&r.Active());
-    in.Ranged(&r.Status(), WaitingForPrewarning, DoneWithEvent);
     // Files of version "1.0" keep the deletable flag further on.
-    if (versionIndex != 0)
-        in.Bool(&r.Deletable());
-    in.Ranged(&r.PeriodType(), Once, SubDaily);
-    in.UInt32(&r.Multiple());
-    in.Ranged(&r.Timing(), ByDate, ByDayOfWeek);
-    in.Ranged(&r.SavedTimingType(), ByDate, ByDayOfWeek);
-    in.Int32(&r.EventTime());
-    in.Int8Ranged(&r.DayOfMonth(), 1, 127);
-    in.Int8Ranged(&r.WeekOfMonth(), 0, 127);
-    in.Int8Ranged(&r.DayOfWeek(), 0, 6);
-    in.Int8Ranged(&r.Month(), 0, 11);
-    in.Int32(&r.MultiStartTime());
-    in.Bool(&r.ApplyTime());
-    in.Int32(&r.TimeToApply());
-    in.Ranged(&r.SubIntType(), Months, Minutes);
-    in.Bool(&r.ApplyStop());
-    in.Int32(&r.StopTime());
-    in.Bool(&r.ApplyPrewarn());
-    in.UInt32(&r.PrewarnTime());
-    in.Ranged(&r.PrewarnType(), Months, Minutes);
-    in.Bool(&r.ApplyPrewarnRepeat());
-    in.UInt32(&r.PrewarnRepeatTime());
-    in.Ranged(&r.PrewarnRepeatType(), Months, Minutes);
+    const bool deletableFirst = versionIndex != 0;
+    if (in.Fetch(Width(kTimesAndStatus) + (deletableFirst ? 1 : 0))) {
+        r.NextEventTime() = in.Int32();
+        r.ActualEventTime() = in.Int32();
+        r.Active() = in.Bool();
+        r.Status() = in.Ranged<EventStatus>(WaitingForPrewarning, DoneWithEvent);
+        if (deletableFirst)
+            r.Deletable() = in.Bool();
+    }
+    if (in.Fetch(Width(kSchedule))) {
+        r.PeriodType() = in.Ranged<PeriodicityType>(Once, SubDaily);
+        r.Multiple() = in.UInt32();
+        r.Timing() = in.Ranged<TimingType>(ByDate, ByDayOfWeek);
+        r.SavedTimingType() = in.Ranged<TimingType>(ByDate, ByDayOfWeek);
+        r.EventTime() = in.Int32();
+        r.DayOfMonth() = in.Int8Ranged(1, 127);
+        r.WeekOfMonth() = in.Int8Ranged(0, 127);
+        r.DayOfWeek() = in.Int8Ranged(0, 6);
+        r.Month() = in.Int8Ranged(0, 11);
+        r.MultiStartTime() = in.Int32();
+        r.ApplyTime() = in.Bool();
+        r.TimeToApply() = in.Int32();
+        r.SubIntType() = in.Ranged<TimeIntervalType>(Months, Minutes);
+        r.ApplyStop() = in.Bool();
+        r.StopTime() = in.Int32();
+        r.ApplyPrewarn() = in.Bool();
+        r.PrewarnTime() = in.UInt32();
+        r.PrewarnType() = in.Ranged<TimeIntervalType>(Months, Minutes);
+        r.ApplyPrewarnRepeat() = in.Bool();
+        r.PrewarnRepeatTime() = in.UInt32();
+        r.PrewarnRepeatType() = in.Ranged<TimeIntervalType>(Months, Minutes);
+    }
+    assert(in.RunUsedUp());
     in.Text(&r.PrewarnMessage());
-    in.Bool(&r.ApplyNag());
-    in.UInt32(&r.NagRepeatTime());
-    in.Ranged(&r.NagRepeatType(), Months, Minutes);
+    if (in.Fetch(Width(kNag))) {
+        r.ApplyNag() = in.Bool();
+        r.NagRepeatTime() = in.UInt32();
+        r.NagRepeatType() = in.Ranged<TimeIntervalType>(Months, Minutes);
+    }
     in.Text(&r.NagMessage());
-    in.Bool(&r.DeliverIfMissed());
-    in.Bool(&r.DeleteOnceDelivered());
+    if (in.Fetch(Width(kDelivery))) {
+        r.DeliverIfMissed() = in.Bool();
+        r.DeleteOnceDelivered() = in.Bool();
+    }
     in.Text(&r.Comment());
-    in.Ranged(&r.IconNumber(), kCustomIcon, kLastStandardIcon);
+    if (in.Fetch(Width("i")))
+        r.IconNumber() = in.Ranged<int32_t>(kCustomIcon, kLastStandardIcon);
     if (in.Ok() && r.IconNumber() == kCustomIcon) {
         uint8_t large[IconBitmap::kLargeSize * IconBitmap::kLargeSize];
         uint8_t mini[IconBitmap::kMiniSize * IconBitmap::kMiniSize];
@@ -191,19 +268,22 @@ Event::Event(EventOwner* owner, EndianIndependentFile* file, unsigned char versi
             r.MiniIcon() = new IconBitmap(IconBitmap::kMiniSize, IconBitmap::kMiniSize, mini);
         }
     }
-    Rect frame;
-    in.Float(&frame.left);
-    in.Float(&frame.top);
-    in.Float(&frame.right);
-    in.Float(&frame.bottom);
-    if (in.Ok()) {
-        Autolock settingsLock(CalvorinSettings::Protect);
-        r.WindowFrame() = CalvorinSettings::EventWindowPosition.CheckFrame(frame);
+    if (in.Fetch(Width(kFrame) + (deletableFirst ? 0 : 1) + Width("i"))) {
+        Rect frame;
+        frame.left = in.Float();
+        frame.top = in.Float();
+        frame.right = in.Float();
+        frame.bottom = in.Float();
+        r.ShouldWindowOpen() = in.Bool();
+        if (!deletableFirst)
+            r.Deletable() = in.Bool();
+        r.TabShown() = in.Int32();
+        if (in.Ok()) {
+            Autolock settingsLock(CalvorinSettings::Protect);
+            r.WindowFrame() = CalvorinSettings::EventWindowPosition.CheckFrame(frame);
+        }
     }
-    in.Bool(&r.ShouldWindowOpen());
-    if (versionIndex == 0)
-        in.Bool(&r.Deletable());
-    in.Int32(&r.TabShown());
+    assert(in.RunUsedUp());
     if (!in.Ok()) {
         *result = kReadFailed;
         return;

@@ -22,7 +22,9 @@
 
 namespace {
 
-constexpr int32_t kSetFileBufferSize = 1024;
+// The file's buffer. The format does not depend on it; a large one keeps the
+// reads and writes of a big set few.
+constexpr int32_t kSetFileBufferSize = 64 * 1024;
 constexpr int32_t kVersionBufferSize = 30;
 constexpr const char* kMimeTypeAttribute = "user.mime_type";
 
