@@ -113,9 +113,9 @@ std::string Hex(const char* bytes, uint32_t length)
     return text;
 }
 
-json Text(const char* text)
+ordered_json Text(const char* text)
 {
-    return text != nullptr ? json(text) : json(nullptr);
+    return text != nullptr ? ordered_json(text) : ordered_json(nullptr);
 }
 
 // The registry name written for the event's handler; for an event whose
@@ -133,7 +133,7 @@ std::string WrittenHandlerName(const Event* event)
 }
 
 // The fields of the built-in handlers' data; add-ons' data is opaque here.
-json HandlerDataJson(const Event* event)
+ordered_json HandlerDataJson(const Event* event)
 {
     EventAddOnData* data = event->GetAddOnData();
     if (auto* message = dynamic_cast<MessageDataHandler*>(data))
@@ -145,7 +145,7 @@ json HandlerDataJson(const Event* event)
     if (auto* unknown = dynamic_cast<UnknownDataHandler*>(data))
         return {{"OriginalHandler", Text(unknown->GetOriginalHandler())},
                 {"Bytes", Hex(unknown->GetData(), unknown->GetData() ? unknown->GetDataLength() : 0)}};
-    return json::object();
+    return ordered_json::object();
 }
 
 // Selects the handler named in the JSON and applies its "HandlerData".
@@ -322,7 +322,7 @@ int RunDump(const CliOptions&, const std::vector<std::string>& args)
         Event* event = set->EventAt(i);
         ordered_json item = ordered_json::parse(EventToJson(*event).dump());
         item["Handler"] = WrittenHandlerName(event);
-        item["HandlerData"] = ordered_json::parse(HandlerDataJson(event).dump());
+        item["HandlerData"] = HandlerDataJson(event);
         events.push_back(std::move(item));
     }
     Rect frame = set->GetWindowFrame();
