@@ -293,7 +293,7 @@ void BM_EventSetSave(benchmark::State& state)
     Destroy(set);
 }
 
-void BM_EventSetAsIcsLibicalParse(benchmark::State& state)
+void BM_EventSetIcsParse(benchmark::State& state)
 {
     const Files& files = TheFiles();
     size_t components = 0;
@@ -356,4 +356,4 @@ struct Summary {
 
 BENCHMARK(BM_EventSetLoad)->Unit(benchmark::kMillisecond)->UseRealTime()->MinTime(2.0);
 BENCHMARK(BM_EventSetSave)->Unit(benchmark::kMillisecond)->UseRealTime()->MinTime(2.0);
-BENCHMARK(BM_EventSetAsIcsLibicalParse)->Unit(benchmark::kMillisecond)->UseRealTime()->MinTime(2.0);
+BENCHMARK(BM_EventSetIcsParse)->Unit(benchmark::kMillisecond)->UseRealTime()->MinTime(2.0);
