@@ -243,13 +243,17 @@ bool EventSet::SaveData()
     const std::string folder = slash == std::string::npos ? "." : slash == 0 ? "/" : target.substr(0, slash);
     const std::string leaf = slash == std::string::npos ? target : target.substr(slash + 1);
 
-    // Keep the permission bits of the file being replaced.
-    mode_t mode;
+    // The file being replaced keeps its permission bits and owner; a file
+    // the user may not write stays as it is, as if it had been opened for
+    // writing.
+    mode_t mode = NewFileMode();
     struct stat old;
-    if (::stat(target.c_str(), &old) == 0)
+    const bool replacing = ::stat(target.c_str(), &old) == 0;
+    if (replacing) {
+        if (::access(target.c_str(), W_OK) != 0)
+            return false;
         mode = old.st_mode & 07777;
-    else
-        mode = NewFileMode();
+    }
 
     std::string temporary = folder + "/." + leaf + ".XXXXXX";
     int fd = ::mkostemp(temporary.data(), O_CLOEXEC);
@@ -266,6 +270,9 @@ bool EventSet::SaveData()
             // The file type, where the file system keeps extended attributes.
             ::fsetxattr(descriptor, kMimeTypeAttribute, kEventSetMimeType,
                         std::strlen(kEventSetMimeType), 0);
+            if (replacing && ::fchown(descriptor, old.st_uid, old.st_gid) != 0) {
+                // Only the owner's own files can be given away; keep ours.
+            }
             ::fchmod(descriptor, mode);
 
             auto writeAll = [&]() {

@@ -723,6 +723,21 @@ TEST_F(EventSetFileTest, SaveIntoUnwritableFolderFails)
     EXPECT_EQ(FolderEntries(folder), std::vector<std::string>{"Set"});
 }
 
+TEST_F(EventSetFileTest, ReadOnlyFileIsNotReplaced)
+{
+    const SetBytes original = ThreeEvents(false);
+    std::string path = Write("ReadOnly", original);
+    ASSERT_EQ(chmod(path.c_str(), 0444), 0);
+    if (access(path.c_str(), W_OK) == 0)
+        GTEST_SKIP() << "running with rights that ignore file permissions";
+    SetPointer set = ReadGood(path);
+    Autolock lock(set.get());
+    set->AddEvent(nullptr);
+    EXPECT_FALSE(set->SaveData());
+    EXPECT_EQ(ReadWholeFile(path), original.Bytes());
+    EXPECT_EQ(FolderEntries(fDir.Path()), std::vector<std::string>{"ReadOnly"});
+}
+
 TEST_F(EventSetFileTest, SaveIntoMissingFolderFails)
 {
     SetPointer set(new EventSet(nullptr, false, nullptr, nullptr));
