@@ -354,10 +354,11 @@ std::string Agreement(const Kind& kind)
                                       icaltime_from_string(kind.start), IcalNow());
     struct tm local;
     Safe_localtime(event->GetActualEventTime(), &local);
-    char mine[32];
+    // Room for any int in every field, so that no text is cut short.
+    char mine[64];
     std::snprintf(mine, sizeof(mine), "%04d-%02d-%02d %02d:%02d", local.tm_year + 1900,
                   local.tm_mon + 1, local.tm_mday, local.tm_hour, local.tm_min);
-    char theirs[32];
+    char theirs[64];
     std::snprintf(theirs, sizeof(theirs), "%04d-%02d-%02d %02d:%02d", ical.year, ical.month,
                   ical.day, ical.hour, ical.minute);
     if (std::string(mine) == theirs)

@@ -231,7 +231,9 @@ void Event::RefreshTimeColumns()
     char buffer[kDateTimeStringSize];
     GetDateTimeString(ActualEventTime, ApplyTime, buffer);
     fColumns[kEventTimeColumn] = buffer;
-    GetDateTimeString(NextEventTime, ApplyTime, buffer);
+    // The same time (no prewarning pending) gives the same text.
+    if (NextEventTime != ActualEventTime)
+        GetDateTimeString(NextEventTime, ApplyTime, buffer);
     fColumns[kNextMessageTimeColumn] = buffer;
 }
 

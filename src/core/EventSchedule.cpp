@@ -21,12 +21,25 @@
 // would lie beyond the last representable second (January 2038) is none at
 // all: the event is done with. Calendar arithmetic runs in 64 bits, and the
 // year and month stepping loops are bounded.
+//
+// Year and month stepping. The annual and monthly kinds step a calendar
+// record one period at a time from an anchor that may lie decades back,
+// converting each candidate with mktime. The steps whose candidates surely
+// come before the time stepped past are taken in plain calendar arithmetic
+// instead (SkipAhead, with CivilCalendar) and reach the same record; only
+// the last steps go through mktime. SkipAhead names the one case in which
+// the two ways can differ.
+#include "core/EventSchedule.h"
+
+#include <algorithm>
+#include <atomic>
 #include <cstdint>
 #include <ctime>
 
 #include "calvorin/Event.h"
 #include "calvorin/EventOwner.h"
 #include "core/CalendarFunctions.h"
+#include "core/CivilCalendar.h"
 #include "core/Clock.h"
 #include "core/EventWindowPort.h"
 #include "core/TimeText.h"
@@ -75,94 +88,360 @@ void ClearTimeOfDay(struct tm& cal)
     cal.tm_sec = 0;
 }
 
-int64_t FloorDiv(int64_t a, int64_t b)
+// Moves a year and month (0..11) on by count years or months; false when
+// that leaves the range of event times altogether.
+bool Advance(int64_t& year, int64_t& month, CalendarUnit unit, int64_t count)
 {
-    int64_t q = a / b;
-    if ((a % b != 0) && ((a < 0) != (b < 0)))
-        --q;
-    return q;
-}
-
-// Moves cal on by count years or months; false when that leaves the range
-// of event times altogether.
-bool AdvanceCalendar(struct tm& cal, CalendarUnit unit, int64_t count)
-{
-    int64_t year = cal.tm_year;
-    int64_t month = cal.tm_mon;
     if (unit == CalendarUnit::Years) {
         year += count;
     } else {
         month += count;
-        year += FloorDiv(month, 12);
-        month -= 12 * FloorDiv(month, 12);
+        const int64_t carry = CivilCalendar::FloorDiv(month, 12);
+        year += carry;
+        month -= 12 * carry;
     }
-    if (year > kLastYear)
+    return year <= kLastYear;
+}
+
+// Moves cal on by count years or months; false (cal unchanged) when that
+// leaves the range of event times altogether.
+bool AdvanceCalendar(struct tm& cal, CalendarUnit unit, int64_t count)
+{
+    int64_t year = cal.tm_year;
+    int64_t month = cal.tm_mon;
+    if (!Advance(year, month, unit, count))
         return false;
     cal.tm_year = static_cast<int>(year);
     cal.tm_mon = static_cast<int>(month);
     return true;
 }
 
-// Starting from the candidate t found in cal: while t is not after limit,
-// steps cal by count units and evaluates again. False when no candidate
-// after limit exists (a zero step, or the end of the range of times); t then
-// keeps the last candidate found.
-template <typename Evaluate>
-bool StepUntilAfter(struct tm& cal, int64_t& t, int64_t limit, CalendarUnit unit, int64_t count,
-                    Evaluate evaluate)
+// The day of the month the day-of-month rule picks in a month of the given
+// length: dayOfMonth clamped to the length, or counted from the month's end
+// above 31 (32 = the last day, 33 = the one before, ...).
+int64_t DayOfMonthIn(int64_t length, int8_t dayOfMonth)
 {
-    int steps = 0;
-    while (t <= limit) {
-        if (count <= 0 || ++steps > kMaxCalendarSteps || !AdvanceCalendar(cal, unit, count))
-            return false;
-        int64_t next = evaluate(cal);
-        if (next > kLatestTime)
-            return false;
-        t = next;
+    if (dayOfMonth > 31)
+        return length - dayOfMonth + 32;
+    return dayOfMonth > length ? length : dayOfMonth;
+}
+
+// Where the week-of-month search starts: the 1st for the first to fourth
+// weekday, else the length of the event's own month (not the candidate's)
+// in the candidate's year.
+int64_t SearchStartDay(int8_t weekOfMonth, int8_t month, int64_t year)
+{
+    return weekOfMonth <= 3 ? 1 : DaysInMonth(month, year);
+}
+
+// Days from the start day (a weekday of startWeekday) to the day searched
+// for: forward to the weekday and on by whole weeks for the first to
+// fourth, backward to it and back by whole weeks for the last and earlier.
+int64_t SearchShift(int startWeekday, int8_t weekOfMonth, int8_t dayOfWeek)
+{
+    const int wd = startWeekday;
+    const int d = dayOfWeek;
+    int64_t shift = 0;
+    if (weekOfMonth <= 3) {
+        if (wd < d)
+            shift += d - wd;
+        else if (wd > d)
+            shift += d - wd + 7;
+        return shift + 7 * int64_t(weekOfMonth);
     }
-    return true;
+    if (wd < d)
+        shift -= wd + 7 - d;
+    else if (wd > d)
+        shift -= wd - d;
+    return shift - 7 * (int64_t(weekOfMonth) - 4);
 }
 
 // The day-of-month candidate in cal's month and year.
 int64_t EvalDOM(struct tm& cal, int8_t dayOfMonth, bool applyTime, int32_t timeToApply)
 {
-    long length = DaysInMonth(cal.tm_mon, cal.tm_year);
-    long day = dayOfMonth;
-    if (day > 31)
-        day = length - day + 32;  // 32 = the last day, 33 = the one before, ...
-    else if (day > length)
-        day = length;
-    cal.tm_mday = static_cast<int>(day);
+    cal.tm_mday = static_cast<int>(DayOfMonthIn(DaysInMonth(cal.tm_mon, cal.tm_year), dayOfMonth));
     return MakeLocalTime64(cal) + TimeOfDay(applyTime, timeToApply);
 }
 
-// The week-of-month / day-of-week candidate in cal's month and year. The
-// backward search starts from the length of the event's own month (not
-// cal's), also when the candidate month differs.
+// The week-of-month / day-of-week candidate in cal's month and year. A start
+// day beyond the end of cal's month rolls into the next month (mktime), and
+// cal is left there.
 int64_t EvalDOWMonthFixed(struct tm& cal, int8_t weekOfMonth, int8_t dayOfWeek, int8_t month,
                           bool applyTime, int32_t timeToApply)
 {
-    if (weekOfMonth <= 3)
-        cal.tm_mday = 1;
-    else
-        cal.tm_mday = static_cast<int>(DaysInMonth(month, cal.tm_year));
+    cal.tm_mday = static_cast<int>(SearchStartDay(weekOfMonth, month, cal.tm_year));
     MakeLocalTime64(cal);  // normalises cal and fills in its weekday
-    int wd = cal.tm_wday;
-    int d = dayOfWeek;
-    if (weekOfMonth <= 3) {
-        if (wd < d)
-            cal.tm_mday += d - wd;
-        else if (wd > d)
-            cal.tm_mday += d - wd + 7;
-        cal.tm_mday += 7 * weekOfMonth;
-    } else {
-        if (wd < d)
-            cal.tm_mday -= wd + 7 - d;
-        else if (wd > d)
-            cal.tm_mday -= wd - d;
-        cal.tm_mday -= 7 * (weekOfMonth - 4);
-    }
+    cal.tm_mday += static_cast<int>(SearchShift(cal.tm_wday, weekOfMonth, dayOfWeek));
     return MakeLocalTime64(cal) + TimeOfDay(applyTime, timeToApply);
+}
+
+// How the year and month stepping finds its candidate in the month and year
+// of the working record: the record as it stands (by date), by day of the
+// month, or by week of the month and day of the week. Evaluate does it with
+// mktime; CandidateDay is its twin in calendar arithmetic for the skip
+// ahead below.
+class CandidateRule {
+public:
+    enum class Kind { AsIs, DayOfMonth, DayOfWeek };
+
+    static CandidateRule AsIs() { return CandidateRule(Kind::AsIs); }
+    static CandidateRule ByDayOfMonth(int8_t dayOfMonth, bool applyTime, int32_t timeToApply)
+    {
+        CandidateRule rule(Kind::DayOfMonth, applyTime, timeToApply);
+        rule.fDayOfMonth = dayOfMonth;
+        return rule;
+    }
+    static CandidateRule ByDayOfWeek(int8_t weekOfMonth, int8_t dayOfWeek, int8_t month,
+                                     bool applyTime, int32_t timeToApply)
+    {
+        CandidateRule rule(Kind::DayOfWeek, applyTime, timeToApply);
+        rule.fWeekOfMonth = weekOfMonth;
+        rule.fDayOfWeek = dayOfWeek;
+        rule.fMonth = month;
+        return rule;
+    }
+
+    // The candidate's time; normalises cal in place.
+    int64_t Evaluate(struct tm& cal) const
+    {
+        switch (fKind) {
+            case Kind::DayOfMonth:
+                return EvalDOM(cal, fDayOfMonth, fApplyTime, fTimeToApply);
+            case Kind::DayOfWeek:
+                return EvalDOWMonthFixed(cal, fWeekOfMonth, fDayOfWeek, fMonth, fApplyTime,
+                                         fTimeToApply);
+            case Kind::AsIs:
+                break;
+        }
+        return MakeLocalTime64(cal);
+    }
+
+    // The clock time added to the local date and time that mktime converts.
+    int64_t AddedTime() const { return TimeOfDay(fApplyTime, fTimeToApply); }
+
+    // The day number of the candidate that Evaluate finds when cal holds
+    // year, month (0..11) and day (only read by date).
+    int64_t CandidateDay(int64_t year, int64_t month, int64_t day) const
+    {
+        switch (fKind) {
+            case Kind::DayOfMonth: {
+                const int64_t picked = DayOfMonthIn(DaysInMonth(month, year), fDayOfMonth);
+                return CivilCalendar::DayNumber(year, month, picked);
+            }
+            case Kind::DayOfWeek: {
+                const int64_t start = CivilCalendar::DayNumber(
+                    year, month, SearchStartDay(fWeekOfMonth, fMonth, year));
+                return start +
+                       SearchShift(CivilCalendar::Weekday(start), fWeekOfMonth, fDayOfWeek);
+            }
+            case Kind::AsIs:
+                break;
+        }
+        return CivilCalendar::DayNumber(year, month, day);
+    }
+
+    // Whether every candidate from here on falls in the month it is sought
+    // in, so that the working record advances by exactly the step each time
+    // and any number of steps can be taken at once. from is the record's
+    // date, stepping by count units.
+    bool KeepsEveryMonth(const CivilCalendar::Date& from, CalendarUnit unit, int64_t count) const
+    {
+        // The day-of-month lengths use the plain leap rule, normalisation the
+        // Gregorian one; they agree from 1901 to 2099, which covers every
+        // candidate before a 32-bit time.
+        if (from.year < 1)
+            return false;
+        if (unit == CalendarUnit::Years)
+            return KeepsMonth(from.month, from.day);
+        const int64_t stride = count % 12;
+        for (int64_t j = 1; j <= 12; ++j) {
+            if (!KeepsMonth((from.month + j * stride) % 12, from.day))
+                return false;
+        }
+        return true;
+    }
+
+private:
+    explicit CandidateRule(Kind kind, bool applyTime = false, int32_t timeToApply = 0)
+        : fKind(kind), fApplyTime(applyTime), fTimeToApply(timeToApply)
+    {
+    }
+
+    // Whether the candidate stays in month (0..11), in common and leap
+    // years alike.
+    bool KeepsMonth(int64_t month, int day) const
+    {
+        for (int64_t year : {kCommonYear, kLeapYear}) {
+            const int64_t length = DaysInMonth(month, year);
+            switch (fKind) {
+                case Kind::AsIs:
+                    if (day < 1 || day > length)
+                        return false;
+                    break;
+                case Kind::DayOfMonth: {
+                    const int64_t d = DayOfMonthIn(length, fDayOfMonth);
+                    if (d < 1 || d > length)
+                        return false;
+                    break;
+                }
+                case Kind::DayOfWeek: {
+                    if (fDayOfWeek < 0 || fDayOfWeek > 6 || fWeekOfMonth < 0)
+                        return false;
+                    if (fWeekOfMonth <= 3)
+                        break;  // from the 1st at most 6 + 3 * 7 days on: the 28th
+                    if (fMonth < 0 || fMonth > 11)
+                        return false;
+                    const int64_t start = SearchStartDay(fWeekOfMonth, fMonth, year);
+                    if (start > length || start - 6 - 7 * (fWeekOfMonth - 4) < 1)
+                        return false;
+                    break;
+                }
+            }
+        }
+        return true;
+    }
+
+    static constexpr int64_t kCommonYear = 1;  // 1901
+    static constexpr int64_t kLeapYear = 4;    // 1904
+
+    Kind fKind;
+    bool fApplyTime;
+    int32_t fTimeToApply;
+    int8_t fDayOfMonth = 1;
+    int8_t fWeekOfMonth = 0;
+    int8_t fDayOfWeek = 0;
+    int8_t fMonth = 0;
+};
+
+// Skipping ahead. The stepping loop costs one or two mktime calls per step,
+// and an event anchored decades back takes hundreds of steps. The skip takes
+// the steps whose candidates lie surely before the limit in calendar
+// arithmetic instead, and reaches the very record the loop would reach: the
+// normalised date, including a 29 February that became 1 March for good in
+// the first common year, and a week-of-month search whose start rolled into
+// the next month and left the record there. A candidate's time is estimated
+// from its local date and clock time as if they were UTC; it counts as
+// surely before the limit when the estimate lies kSkipMargin before it,
+// which no zone's offset from UTC and no clock change comes near. The loop
+// then takes the last steps with mktime, so its result stands.
+//
+// One divergence is left. When a skipped step lands on a local time that a
+// change to daylight saving time leaves out (02:30 on the night the clocks
+// go from 02:00 to 03:00), mktime would move the record's clock time for
+// good (to 03:30 in every later step); the skip keeps 02:30. Only a by-date
+// event whose clock time lies in such a gap, or a zone that changes its
+// clocks at midnight, can meet this. (A local time that occurs twice, in
+// the hour repeated when the clocks go back, is no divergence of the skip:
+// there glibc's mktime picks one of the two by the offset of the conversion
+// before it, in the loop as anywhere, so no order of steps fixes the pick.)
+constexpr int64_t kSkipMargin = 3 * kSecondsPerDay;
+std::atomic<bool> gSkipAhead{true};
+
+// The day number of the candidate units years or months after from; false
+// beyond the range of event times.
+bool CandidateAfter(const CivilCalendar::Date& from, CalendarUnit unit, int64_t units,
+                    const CandidateRule& rule, int64_t& dayNumber)
+{
+    int64_t year = from.year;
+    int64_t month = from.month;
+    if (!Advance(year, month, unit, units))
+        return false;
+    dayNumber = rule.CandidateDay(year, month, from.day);
+    return true;
+}
+
+// Whether a candidate on dayNumber at the clock time (seconds from its local
+// midnight) is surely not after limit.
+bool SurelyBefore(int64_t dayNumber, int64_t clock, int64_t limit)
+{
+    return dayNumber * kSecondsPerDay + clock + kSkipMargin <= limit;
+}
+
+// The most steps, up to maxSteps, after which the candidate is still surely
+// before limit, for a rule that keeps every month and whose first step is
+// known to be surely before limit: candidates then advance with the steps,
+// so the count follows from the distance to the limit.
+int64_t StepsSurelyBefore(const CivilCalendar::Date& from, CalendarUnit unit, int64_t count,
+                          const CandidateRule& rule, int64_t clock, int64_t limit, int64_t maxSteps)
+{
+    auto fits = [&](int64_t steps) {
+        int64_t day;
+        return CandidateAfter(from, unit, steps * count, rule, day) &&
+               SurelyBefore(day, clock, limit);
+    };
+    const CivilCalendar::Date last = CivilCalendar::DateOf(
+        CivilCalendar::FloorDiv(limit - kSkipMargin - clock, kSecondsPerDay));
+    int64_t units = last.year - from.year;
+    if (unit == CalendarUnit::Months)
+        units = units * 12 + last.month - from.month;
+    int64_t steps = std::clamp<int64_t>(units / count, 1, maxSteps);
+    while (steps > 1 && !fits(steps))
+        --steps;
+    while (steps < maxSteps && fits(steps + 1))
+        ++steps;
+    return steps;
+}
+
+// Takes the steps of the loop in StepUntilAfter whose candidates are surely
+// not after limit, leaving cal and t as the loop would have left them;
+// returns the number of steps taken (at most maxSteps).
+int64_t SkipAhead(struct tm& cal, int64_t& t, int64_t limit, CalendarUnit unit, int64_t count,
+                  const CandidateRule& rule, int64_t maxSteps)
+{
+    if (!gSkipAhead.load(std::memory_order_relaxed))
+        return 0;
+    const int64_t clock =
+        int64_t(cal.tm_hour) * 3600 + cal.tm_min * 60 + cal.tm_sec + rule.AddedTime();
+    CivilCalendar::Date date{cal.tm_year, cal.tm_mon, cal.tm_mday};
+    int64_t taken = 0;
+    while (taken < maxSteps) {
+        // The next step first: most evaluations have none to skip.
+        int64_t day;
+        if (!CandidateAfter(date, unit, count, rule, day) || !SurelyBefore(day, clock, limit))
+            break;
+        if (rule.KeepsEveryMonth(date, unit, count)) {
+            // Each candidate stays in its month: jump to the last step that
+            // is surely early enough.
+            const int64_t steps =
+                StepsSurelyBefore(date, unit, count, rule, clock, limit, maxSteps - taken);
+            CandidateAfter(date, unit, steps * count, rule, day);
+            date = CivilCalendar::DateOf(day);
+            taken += steps;
+            break;
+        }
+        // One step at a time, and see again: a 29 February becomes 1 March,
+        // and from then on every month is kept.
+        date = CivilCalendar::DateOf(day);
+        ++taken;
+    }
+    if (taken > 0) {
+        cal.tm_year = static_cast<int>(date.year);
+        cal.tm_mon = date.month;
+        cal.tm_mday = date.day;
+        t = MakeLocalTime64(cal) + rule.AddedTime();
+    }
+    return taken;
+}
+
+// Starting from the candidate t found in cal: while t is not after limit,
+// steps cal by count units and evaluates again. False when no candidate
+// after limit exists (a zero step, or the end of the range of times); t then
+// keeps the last candidate found.
+bool StepUntilAfter(struct tm& cal, int64_t& t, int64_t limit, CalendarUnit unit, int64_t count,
+                    const CandidateRule& rule)
+{
+    int64_t steps = 0;
+    if (t <= limit && count > 0)
+        steps = SkipAhead(cal, t, limit, unit, count, rule, kMaxCalendarSteps);
+    while (t <= limit) {
+        if (count <= 0 || ++steps > kMaxCalendarSteps || !AdvanceCalendar(cal, unit, count))
+            return false;
+        int64_t next = rule.Evaluate(cal);
+        if (next > kLatestTime)
+            return false;
+        t = next;
+    }
+    return true;
 }
 
 // The first daily time of day strictly after ref.
@@ -270,11 +549,13 @@ void Event::UpdateEventTime()
     SkipNag = false;
     Status = WaitingForEvent;
 
-    auto evalDOM = [this](struct tm& c) { return EvalDOM(c, DayOfMonth, ApplyTime, TimeToApply); };
-    auto evalDOW = [this](struct tm& c) {
-        return EvalDOWMonthFixed(c, WeekOfMonth, DayOfWeek, Month, ApplyTime, TimeToApply);
-    };
-    auto evalAsIs = [](struct tm& c) { return MakeLocalTime64(c); };
+    // The candidate in a given month: the record as it stands (by date), or
+    // by day of the month, or else by week of the month and day of the week.
+    const CandidateRule byDate = CandidateRule::AsIs();
+    const CandidateRule byDay =
+        fTimingType == ByDayOfMonth
+            ? CandidateRule::ByDayOfMonth(DayOfMonth, ApplyTime, TimeToApply)
+            : CandidateRule::ByDayOfWeek(WeekOfMonth, DayOfWeek, Month, ApplyTime, TimeToApply);
     const int64_t timeOfDay = TimeOfDay(ApplyTime, TimeToApply);
 
     int64_t actual = ActualEventTime;
@@ -291,26 +572,17 @@ void Event::UpdateEventTime()
             if (fTimingType == ByDate) {
                 Safe_localtime(EventTime, &cal);
                 actual = EventTime;
-                exists = StepUntilAfter(cal, actual, now, CalendarUnit::Years, 1, evalAsIs);
-            } else if (fTimingType == ByDayOfMonth) {
-                cal.tm_mon = Month;
-                actual = evalDOM(cal);
-                exists = StepUntilAfter(cal, actual, now, CalendarUnit::Years, 1, evalDOM);
+                exists = StepUntilAfter(cal, actual, now, CalendarUnit::Years, 1, byDate);
             } else {
                 cal.tm_mon = Month;
-                actual = evalDOW(cal);
-                exists = StepUntilAfter(cal, actual, now, CalendarUnit::Years, 1, evalDOW);
+                actual = byDay.Evaluate(cal);
+                exists = StepUntilAfter(cal, actual, now, CalendarUnit::Years, 1, byDay);
             }
             break;
 
         case Monthly:
-            if (fTimingType == ByDayOfMonth) {
-                actual = evalDOM(cal);
-                exists = StepUntilAfter(cal, actual, now, CalendarUnit::Months, 1, evalDOM);
-            } else {
-                actual = evalDOW(cal);
-                exists = StepUntilAfter(cal, actual, now, CalendarUnit::Months, 1, evalDOW);
-            }
+            actual = byDay.Evaluate(cal);
+            exists = StepUntilAfter(cal, actual, now, CalendarUnit::Months, 1, byDay);
             break;
 
         case Weekly: {
@@ -355,41 +627,26 @@ void Event::UpdateEventTime()
                 Safe_localtime(EventTime, &cal);
                 actual = EventTime;
                 // Not before the start (limit start - 1), then every Multiple years.
-                exists = StepUntilAfter(cal, actual, int64_t(MultiStartTime) - 1, CalendarUnit::Years,
-                                        1, evalAsIs) &&
-                         StepUntilAfter(cal, actual, now, CalendarUnit::Years, Multiple, evalAsIs);
+                exists = StepUntilAfter(cal, actual, int64_t(MultiStartTime) - 1,
+                                        CalendarUnit::Years, 1, byDate) &&
+                         StepUntilAfter(cal, actual, now, CalendarUnit::Years, Multiple, byDate);
             } else {
                 Safe_localtime(MultiStartTime, &cal);
                 ClearTimeOfDay(cal);
                 cal.tm_mon = Month;
-                if (fTimingType == ByDayOfMonth) {
-                    actual = evalDOM(cal);
-                    exists = StepUntilAfter(cal, actual, MultiStartTime, CalendarUnit::Years, 1,
-                                            evalDOM) &&
-                             StepUntilAfter(cal, actual, now, CalendarUnit::Years, Multiple, evalDOM);
-                } else {
-                    actual = evalDOW(cal);
-                    exists = StepUntilAfter(cal, actual, MultiStartTime, CalendarUnit::Years, 1,
-                                            evalDOW) &&
-                             StepUntilAfter(cal, actual, now, CalendarUnit::Years, Multiple, evalDOW);
-                }
+                actual = byDay.Evaluate(cal);
+                exists =
+                    StepUntilAfter(cal, actual, MultiStartTime, CalendarUnit::Years, 1, byDay) &&
+                    StepUntilAfter(cal, actual, now, CalendarUnit::Years, Multiple, byDay);
             }
             break;
 
         case MultiMonthly:
             Safe_localtime(MultiStartTime, &cal);
             ClearTimeOfDay(cal);
-            if (fTimingType == ByDayOfMonth) {
-                actual = evalDOM(cal);
-                exists =
-                    StepUntilAfter(cal, actual, MultiStartTime, CalendarUnit::Months, 1, evalDOM) &&
-                    StepUntilAfter(cal, actual, now, CalendarUnit::Months, Multiple, evalDOM);
-            } else {
-                actual = evalDOW(cal);
-                exists =
-                    StepUntilAfter(cal, actual, MultiStartTime, CalendarUnit::Months, 1, evalDOW) &&
-                    StepUntilAfter(cal, actual, now, CalendarUnit::Months, Multiple, evalDOW);
-            }
+            actual = byDay.Evaluate(cal);
+            exists = StepUntilAfter(cal, actual, MultiStartTime, CalendarUnit::Months, 1, byDay) &&
+                     StepUntilAfter(cal, actual, now, CalendarUnit::Months, Multiple, byDay);
             break;
 
         case MultiWeekly: {
@@ -523,4 +780,9 @@ void Event::UpdateEventTime()
         Window->PostCommand(kEventTimesChanged);
     Notify();
     SetModified();
+}
+
+void SetScheduleSkipAhead(bool on)
+{
+    gSkipAhead.store(on, std::memory_order_relaxed);
 }

@@ -54,6 +54,37 @@ int ReadTwoDigits(const char* text, size_t& pos)
     return value;
 }
 
+// Writes text at out (without its terminating 0); returns the end.
+char* AppendText(char* out, const char* text)
+{
+    while (*text != '\0')
+        *out++ = *text++;
+    return out;
+}
+
+// Writes value as printf's "%0*d" would: at least width characters, zeros
+// after a minus sign; returns the end.
+char* AppendPadded(char* out, int value, int width)
+{
+    long magnitude = value;
+    if (value < 0) {
+        *out++ = '-';
+        magnitude = -magnitude;
+        --width;
+    }
+    char digits[12];
+    int count = 0;
+    do {
+        digits[count++] = char('0' + magnitude % 10);
+        magnitude /= 10;
+    } while (magnitude != 0);
+    for (int i = count; i < width; ++i)
+        *out++ = '0';
+    while (count > 0)
+        *out++ = digits[--count];
+    return out;
+}
+
 }  // namespace
 
 bool InitSafeTime()
@@ -74,7 +105,7 @@ void Safe_localtime(long t, struct tm* out)
 void GetDateTimeString(long t, bool withTime, char* buffer)
 {
     if (t == 0 || t == -1) {
-        std::snprintf(buffer, kDateTimeStringSize, "None");
+        std::memcpy(buffer, "None", 5);
         return;
     }
     struct tm cal;
@@ -88,17 +119,24 @@ void GetDateTimeString(long t, bool withTime, char* buffer)
         else if (hour == 0)
             hour = 12;
     }
-    const char* day = DayAbbr[((cal.tm_wday % 7) + 7) % 7];
-    const char* month = MonthAbbr[((cal.tm_mon % 12) + 12) % 12];
-    int year = cal.tm_year + 1900;
+    // "Fri, Jan 05 2001" and, with the time, ", 03:05 PM" or ", 15:05".
+    char* out = buffer;
+    out = AppendText(out, DayAbbr[((cal.tm_wday % 7) + 7) % 7]);
+    out = AppendText(out, ", ");
+    out = AppendText(out, MonthAbbr[((cal.tm_mon % 12) + 12) % 12]);
+    *out++ = ' ';
+    out = AppendPadded(out, cal.tm_mday % 100, 2);
+    *out++ = ' ';
+    out = AppendPadded(out, (cal.tm_year + 1900) % 10000, 4);
     if (withTime) {
-        std::snprintf(buffer, kDateTimeStringSize, "%s, %s %02d %04d, %02d:%02d%s", day, month,
-                      cal.tm_mday % 100, year % 10000, hour % 100, cal.tm_min % 100,
-                      use24Hour ? "" : (cal.tm_hour < 12 ? " AM" : " PM"));
-    } else {
-        std::snprintf(buffer, kDateTimeStringSize, "%s, %s %02d %04d", day, month,
-                      cal.tm_mday % 100, year % 10000);
+        out = AppendText(out, ", ");
+        out = AppendPadded(out, hour % 100, 2);
+        *out++ = ':';
+        out = AppendPadded(out, cal.tm_min % 100, 2);
+        if (!use24Hour)
+            out = AppendText(out, cal.tm_hour < 12 ? " AM" : " PM");
     }
+    *out = '\0';
 }
 
 char* GetTimeOfDayText(long secondsIntoDay)
@@ -116,16 +154,20 @@ char* GetTimeOfDayText(long secondsIntoDay)
         use24Hour = CalvorinSettings::Time24Hour;
     }
 
-    if (use24Hour) {
-        char* text = new char[6];
-        std::snprintf(text, 6, "%02d:%02d", h, m);
-        return text;
+    // "HH:MM" or "HH:MM AM".
+    char* text = new char[use24Hour ? 6 : 9];
+    int shown = h;
+    if (!use24Hour) {
+        shown = h % 12;
+        if (shown == 0)
+            shown = 12;
     }
-    int shown = h % 12;
-    if (shown == 0)
-        shown = 12;
-    char* text = new char[9];
-    std::snprintf(text, 9, "%02d:%02d %cM", shown, m, h > 11 ? 'P' : 'A');
+    char* out = AppendPadded(text, shown, 2);
+    *out++ = ':';
+    out = AppendPadded(out, m, 2);
+    if (!use24Hour)
+        out = AppendText(out, h > 11 ? " PM" : " AM");
+    *out = '\0';
     return text;
 }
 
