@@ -17,22 +17,22 @@ RealtimeTimer::~RealtimeTimer()
 
 status_t RealtimeTimer::Arm(int64_t when)
 {
-    itimerspec spec = {};
-    spec.it_value.tv_sec = when;
+    itimerspec timerSpec = {};
+    timerSpec.it_value.tv_sec = when;
     // A zero time would disarm the timer; the epoch itself is long past.
     if (when <= 0) {
-        spec.it_value.tv_sec = 0;
-        spec.it_value.tv_nsec = 1;
+        timerSpec.it_value.tv_sec = 0;
+        timerSpec.it_value.tv_nsec = 1;
     }
-    return timerfd_settime(fFd, TFD_TIMER_ABSTIME | TFD_TIMER_CANCEL_ON_SET, &spec, nullptr) == 0
+    return timerfd_settime(fFd, TFD_TIMER_ABSTIME | TFD_TIMER_CANCEL_ON_SET, &timerSpec, nullptr) == 0
                ? B_OK
                : B_ERROR;
 }
 
 void RealtimeTimer::Disarm()
 {
-    itimerspec spec = {};
-    timerfd_settime(fFd, 0, &spec, nullptr);
+    itimerspec timerSpec = {};
+    timerfd_settime(fFd, 0, &timerSpec, nullptr);
 }
 
 WakeUpTimer::Event RealtimeTimer::Read()
