@@ -25,7 +25,6 @@
 namespace {
 
 constexpr int32_t kHour = 3600;
-using Setters = std::vector<std::pair<const char*, std::function<void()>>>;
 
 // An editor window that records what the event asks of it.
 class FakeWindow : public EventWindowPort {
@@ -185,60 +184,41 @@ TEST_F(EventTest, DestructionRemovesTheEventFromItsOwner)
 
 // --- Setters: re-evaluate, mark modified or notify ------------------------------
 
-TEST_F(EventTest, TimingSettersReEvaluateOtherSettersOnlyMarkTheSetModified)
+TEST_F(EventTest, TimingSettersReEvaluateOthersOnlyMarkTheSetModified)
 {
     Event e(&owner);
-    const Setters timing = {
-        {"SetPeriodType", [&] { e.SetPeriodType(Daily); }},
-        {"SetMultiple", [&] { e.SetMultiple(3); }},
-        {"SetTimingType", [&] { e.SetTimingType(ByDayOfMonth); }},
-        {"SetEventTime", [&] { e.SetEventTime(LocalTime(2001, 4, 1), false); }},
-        {"SetDayOfMonth", [&] { e.SetDayOfMonth(3); }},
-        {"SetWeekOfMonth", [&] { e.SetWeekOfMonth(1); }},
-        {"SetDayOfWeek", [&] { e.SetDayOfWeek(2); }},
-        {"SetMonth", [&] { e.SetMonth(4); }},
-        {"SetMultiStartTime", [&] { e.SetMultiStartTime(LocalTime(2001, 2, 1)); }},
-        {"SetApplyTime", [&] { e.SetApplyTime(false); }},
-        {"SetTimeToApply", [&] { e.SetTimeToApply(0); }},
-        {"SetSubIntType", [&] { e.SetSubIntType(Minutes); }},
-        {"SetApplyStop", [&] { e.SetApplyStop(false); }},
-        {"SetStopTime", [&] { e.SetStopTime(100); }},
-        {"SetApplyPrewarn", [&] { e.SetApplyPrewarn(false); }},
-        {"SetPrewarnTime", [&] { e.SetPrewarnTime(2); }},
-        {"SetPrewarnType", [&] { e.SetPrewarnType(Hours); }},
-        {"SetApplyPrewarnRepeat", [&] { e.SetApplyPrewarnRepeat(false); }},
-        {"SetPrewarnRepeatTime", [&] { e.SetPrewarnRepeatTime(3); }},
-        {"SetPrewarnRepeatType", [&] { e.SetPrewarnRepeatType(Minutes); }},
+    // Each setter with whether it re-evaluates the event (and tells the set
+    // the event changed) or only marks the set modified.
+#define SETTER(call, evaluates) {#call, [&] { e.call; }, evaluates}
+    const struct {
+        const char* name;
+        std::function<void()> set;
+        bool evaluates;
+    } setters[] = {
+        SETTER(SetPeriodType(Daily), true), SETTER(SetMultiple(3), true),
+        SETTER(SetTimingType(ByDayOfMonth), true), SETTER(SetEventTime(LocalTime(2001, 4, 1), false), true),
+        SETTER(SetDayOfMonth(3), true), SETTER(SetWeekOfMonth(1), true), SETTER(SetDayOfWeek(2), true),
+        SETTER(SetMonth(4), true), SETTER(SetMultiStartTime(LocalTime(2001, 2, 1)), true),
+        SETTER(SetApplyTime(false), true), SETTER(SetTimeToApply(0), true), SETTER(SetSubIntType(Minutes), true),
+        SETTER(SetApplyStop(false), true), SETTER(SetStopTime(100), true), SETTER(SetApplyPrewarn(false), true),
+        SETTER(SetPrewarnTime(2), true), SETTER(SetPrewarnType(Hours), true),
+        SETTER(SetApplyPrewarnRepeat(false), true), SETTER(SetPrewarnRepeatTime(3), true),
+        SETTER(SetPrewarnRepeatType(Minutes), true),
+        SETTER(SetPrewarnMessage("soon"), false), SETTER(SetNagMessage("late"), false),
+        SETTER(SetComment("a comment"), false), SETTER(SetNagRepeatTime(5), false),
+        SETTER(SetNagRepeatType(Hours), false), SETTER(SetDeliverIfMissed(false), false),
+        SETTER(SetDeleteOnceDelivered(true), false), SETTER(SetApplyNag(true), false),
     };
-    for (const auto& [name, set] : timing) {
-        SCOPED_TRACE(name);
+#undef SETTER
+    for (const auto& setter : setters) {
+        SCOPED_TRACE(setter.name);
         e.RawFields().NextEventTime() = 1;  // a value no evaluation produces
         e.RawFields().Status() = WaitingToNag;
         owner.ResetCounts();
-        set();
-        EXPECT_NE(e.GetNextEventTime(), 1);
-        EXPECT_NE(e.GetStatus(), WaitingToNag);
-        EXPECT_EQ(owner.eventModified, 1);
-        EXPECT_EQ(owner.setModified, 1);
-    }
-
-    const Setters others = {
-        {"SetPrewarnMessage", [&] { e.SetPrewarnMessage("soon"); }},
-        {"SetNagMessage", [&] { e.SetNagMessage("late"); }},
-        {"SetComment", [&] { e.SetComment("a comment"); }},
-        {"SetNagRepeatTime", [&] { e.SetNagRepeatTime(5); }},
-        {"SetNagRepeatType", [&] { e.SetNagRepeatType(Hours); }},
-        {"SetDeliverIfMissed", [&] { e.SetDeliverIfMissed(false); }},
-        {"SetDeleteOnceDelivered", [&] { e.SetDeleteOnceDelivered(true); }},
-        {"SetApplyNag", [&] { e.SetApplyNag(true); }},
-    };
-    for (const auto& [name, set] : others) {
-        SCOPED_TRACE(name);
-        e.RawFields().NextEventTime() = 1;
-        owner.ResetCounts();
-        set();
-        EXPECT_EQ(e.GetNextEventTime(), 1);
-        EXPECT_EQ(owner.eventModified, 0);
+        setter.set();
+        EXPECT_EQ(e.GetNextEventTime() != 1, setter.evaluates);
+        EXPECT_EQ(e.GetStatus() != WaitingToNag, setter.evaluates);
+        EXPECT_EQ(owner.eventModified, setter.evaluates ? 1 : 0);
         EXPECT_EQ(owner.setModified, 1);
     }
     // Texts may be cleared; an empty text is none.
