@@ -35,8 +35,10 @@ public:
     QWidget* GetEditView() const { return fEditView; }
 
     // Keeps the application alive while work started by DealWithEvent runs.
-    void ProcessHold();
-    void ProcessDone();
+    // Static, so that work that outlives its event (a running command) can
+    // release its hold.
+    static void ProcessHold();
+    static void ProcessDone();
 
 private:
     unsigned char fReserved[24] = {};

@@ -18,7 +18,10 @@ public:
 
     QWidget* CreateEditView(Rect frame) override;
     bool SaveData(EndianIndependentFile* file) override;
-    // Runs in the delivery change.
+    // Launches the file when it is an executable, otherwise opens it with
+    // its default application (see FileLauncher), after asking the user
+    // when verify is set; tells the user of a missing file or a failed
+    // launch. Called without the set's lock held.
     void DealWithEvent(bool missed) override;
 
     // The absolute path of the file (null when none). SetFileName stores a

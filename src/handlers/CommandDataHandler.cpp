@@ -2,8 +2,10 @@
 
 #include <atomic>
 
+#include "calvorin/AddOn.h"
 #include "calvorin/Event.h"
 #include "core/ErrorReporting.h"
+#include "handlers/CommandRunner.h"
 #include "handlers/EventLock.h"
 #include "handlers/HandlerRecord.h"
 #include "handlers/VerifiedTextRecord.h"
@@ -53,9 +55,35 @@ bool CommandDataHandler::ReadData(EndianIndependentFile* file)
     return ReadVerifiedTextRecord(file, &fVerify, &fCommand);
 }
 
-void CommandDataHandler::DealWithEvent(bool)
+void CommandDataHandler::DealWithEvent(bool missed)
 {
-    // Runs in the delivery change.
+    Event* event = GetAttachedTo();
+    char* command = nullptr;
+    bool verify = false;
+    {
+        EventLock lock(event);
+        command = GetCopyString(fCommand);
+        verify = fVerify != 0;
+    }
+    if (command == nullptr)
+        return;
+
+    bool run = !verify ||
+               DeliverEventMessage(event, missed, "\n\nCalvorin is about to execute a shell command: \"",
+                                   command, "\".  Should the command be executed?", nullptr,
+                                   nullptr, "Cancel", "OK") != 0;
+    // The command runs on a thread of its own; delivery never waits for it.
+    if (run && !GetCommandRunner().Start(command)) {
+        if (verify) {
+            ReportCompoundError("Calvorin failed to execute the shell command \"", command, "\".");
+        } else {
+            DeliverEventMessage(event, missed,
+                                "\n\nCalvorin attempted to execute a shell command: \"", command,
+                                "\".  The command failed to execute.", nullptr, nullptr, "OK",
+                                nullptr);
+        }
+    }
+    delete[] command;
 }
 
 EventAddOnData* DefHandCommand_NewAddOnData(Event* event, EndianIndependentFile* file, bool* ok)

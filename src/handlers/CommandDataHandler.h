@@ -17,7 +17,9 @@ public:
 
     QWidget* CreateEditView(Rect frame) override;
     bool SaveData(EndianIndependentFile* file) override;
-    // Runs in the delivery change.
+    // Runs the command on a thread of its own (see CommandRunner), after
+    // asking the user when verify is set; reports a command that could not
+    // be started. Called without the set's lock held.
     void DealWithEvent(bool missed) override;
 
     // The command line (null when none). SetCommand stores a copy ("" becomes

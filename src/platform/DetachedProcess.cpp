@@ -87,6 +87,23 @@ int MakeMessageFile(const std::vector<uint8_t>& bytes)
 
 status_t DetachedProcess::Start(const std::string& path, const std::vector<uint8_t>* launchMessage)
 {
+    std::vector<std::string> arguments = {path};
+    if (launchMessage)
+        arguments.push_back(LaunchMessage::Argument(kMessageFd));
+    return Spawn(arguments, launchMessage);
+}
+
+status_t DetachedProcess::Start(const std::vector<std::string>& arguments)
+{
+    return Spawn(arguments, nullptr);
+}
+
+status_t DetachedProcess::Spawn(const std::vector<std::string>& arguments,
+                                const std::vector<uint8_t>* launchMessage)
+{
+    if (arguments.empty())
+        return B_LAUNCH_FAILED;
+    const std::string& path = arguments.front();
     // Everything the child needs is prepared here: after fork only
     // async-signal-safe calls are allowed.
     int messageFd = -1;
@@ -95,10 +112,9 @@ status_t DetachedProcess::Start(const std::string& path, const std::vector<uint8
         if (messageFd < 0)
             return B_LAUNCH_FAILED;
     }
-    std::string argument = LaunchMessage::Argument(kMessageFd);
-    std::vector<char*> argv = {const_cast<char*>(path.c_str())};
-    if (launchMessage)
-        argv.push_back(argument.data());
+    std::vector<char*> argv;
+    for (const std::string& argument : arguments)
+        argv.push_back(const_cast<char*>(argument.c_str()));
     argv.push_back(nullptr);
     const char* home = std::getenv("HOME");
     std::string folder = home && home[0] == '/' ? home : "/";

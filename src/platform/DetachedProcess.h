@@ -16,4 +16,10 @@ public:
     // named on its command line as LaunchMessage::Argument(3). B_OK once the
     // program runs; B_LAUNCH_FAILED when it could not be started.
     static status_t Start(const std::string& path, const std::vector<uint8_t>* launchMessage);
+    // Starts arguments[0] (a path) with the arguments that follow it.
+    static status_t Start(const std::vector<std::string>& arguments);
+
+private:
+    static status_t Spawn(const std::vector<std::string>& arguments,
+                          const std::vector<uint8_t>* launchMessage);
 };
