@@ -1,7 +1,9 @@
 #include "core/ErrorReporting.h"
 
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <string>
 
 #include "core/AlertPort.h"
 
@@ -41,9 +43,16 @@ void ReportCompoundError(const char* a, const char* b, const char* c)
 void HandleErrorAndExit(const char* text)
 {
     ShowAlert("Calvorin error", text, "Quit", AlertKind::Warning);
-    // Ends the process directly: no sets are saved, no settings written.
-    // The status is 0 even here.
-    std::exit(0);
+    // The text goes to stderr too, for whoever started the program; the
+    // console port has already written it there.
+    if (dynamic_cast<ConsoleAlertPort*>(&GetAlertPort()) == nullptr) {
+        std::string line = std::string("Calvorin error: ") + (text != nullptr ? text : "") + "\n";
+        std::fwrite(line.data(), 1, line.size(), stderr);
+    }
+    // Ends the process directly, with failure: no sets are saved, no
+    // settings written, and no other thread's clean-up runs.
+    std::fflush(nullptr);
+    std::_Exit(1);
 }
 
 void InformUser(const char* text)

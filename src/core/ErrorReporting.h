@@ -7,8 +7,9 @@ void ReportError(const char* text);
 // The same with the text a + b + c, e.g. a file name between fixed words.
 // None of the three may be null.
 void ReportCompoundError(const char* a, const char* b, const char* c);
-// A problem the program cannot go on after: "Calvorin error", "Quit", then
-// the process ends at once with exit status 0 (nothing is saved).
+// A problem the program cannot go on after: "Calvorin error", "Quit"; the
+// text also goes to stderr, then the process ends at once with exit status
+// 1 (nothing is saved).
 [[noreturn]] void HandleErrorAndExit(const char* text);
 // Plain information: "Calvorin", "OK".
 void InformUser(const char* text);

@@ -75,22 +75,23 @@ TEST_F(ErrorReportingTest, AlertsFromManyThreadsAreAllShown)
     EXPECT_EQ(fPort.CountShown(), 200u);
 }
 
-TEST(ErrorReportingDeathTest, FatalErrorShowsQuitAlertAndExitsWithZero)
+TEST(ErrorReportingDeathTest, FatalErrorShowsQuitAlertAndExitsWithOne)
 {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     // The console port, in use when no other is installed, writes the alert
     // to stderr as "Title: text".
     EXPECT_EXIT(HandleErrorAndExit("The settings store could not be opened."),
-                ::testing::ExitedWithCode(0),
-                "Calvorin error: The settings store could not be opened\\.");
+                ::testing::ExitedWithCode(1),
+                "^Calvorin error: The settings store could not be opened\\.\n$");
 
+    // Behind a dialog the text still reaches stderr, once.
     EXPECT_EXIT(
         {
             ScriptedAlertPort port;
             SetAlertPort(&port);
             HandleErrorAndExit("gone");
         },
-        ::testing::ExitedWithCode(0), "");
+        ::testing::ExitedWithCode(1), "^Calvorin error: gone\n$");
 }
 
 TEST(OwnedStringTest, CopiesAreNewAndEmptyMeansNull)

@@ -64,7 +64,7 @@ std::string BuiltTestAddOn(const std::string& id)
 
 std::string BuiltExampleAddOn()
 {
-    return std::string(CALVORIN_BINARY_DIR) + "/addons-example/LogToFile.so";
+    return std::string(CALVORIN_BINARY_DIR) + "/bin/add-ons/LogToFile.so";
 }
 
 // True while the library at path is loaded in this process.
@@ -314,17 +314,17 @@ TEST_F(HandlerRegistryDeathTest, AnApplicationFolderThatIsNotThereEndsTheProgram
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     SetApplicationFolder(fApp.Path() + "/missing");
     SetAlertPort(nullptr);  // the console port writes the alert to stderr
-    EXPECT_EXIT(LoadEventHandlers(), ::testing::ExitedWithCode(0),
+    EXPECT_EXIT(LoadEventHandlers(), ::testing::ExitedWithCode(1),
                 "Calvorin error: LoadEventHandlers: Getting BEntry for be_app AppInfo failed");
 
     std::string file = fApp.File("plain-file");
     WriteWholeFile(file, std::string("x"));
     SetApplicationFolder(file);
-    EXPECT_EXIT(LoadEventHandlers(), ::testing::ExitedWithCode(0),
+    EXPECT_EXIT(LoadEventHandlers(), ::testing::ExitedWithCode(1),
                 "Calvorin error: LoadEventHandlers: Getting BDirectory for App directory failed");
 
     SetApplicationFolder("");
-    EXPECT_EXIT(LoadEventHandlers(), ::testing::ExitedWithCode(0),
+    EXPECT_EXIT(LoadEventHandlers(), ::testing::ExitedWithCode(1),
                 "Calvorin error: LoadEventHandlers: GetAppInfo failed");
 }
 
