@@ -1,6 +1,7 @@
 # Calvorin: the two everyday commands are `make run` and `make test`.
 # Both install missing Debian packages first (scripts/install-deps).
 
+MAKEFLAGS  += --no-print-directory
 BUILD      ?= build
 ASAN_BUILD ?= build-asan
 JOBS       ?= $(shell nproc 2>/dev/null || echo 2)
