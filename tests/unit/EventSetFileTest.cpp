@@ -14,7 +14,7 @@
 #include <vector>
 
 #include "EventSetBytes.h"
-#include "EventSetPointer.h"
+#include "EventSetTestSupport.h"
 #include "StorageTestSupport.h"
 #include "calvorin/Event.h"
 #include "core/AlertPort.h"
