@@ -5,12 +5,14 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstring>
 #include <memory>
 #include <mutex>
+#include <cstdio>
+#include <utility>
 #include <string>
 #include <vector>
 
+#include "EventSetTestSupport.h"
 #include "calvorin/Event.h"
 #include "calvorin/EventAddOnData.h"
 #include "core/AlertPort.h"
@@ -39,15 +41,10 @@ public:
         return size_t(std::count_if(fPosted.begin(), fPosted.end(),
                                     [&](const Message& m) { return m.what == what; }));
     }
-    std::vector<Message> Posted() const
+    std::vector<Message> Take()  // what was posted since the last call
     {
         std::lock_guard<std::mutex> lock(fLock);
-        return fPosted;
-    }
-    void Clear()
-    {
-        std::lock_guard<std::mutex> lock(fLock);
-        fPosted.clear();
+        return std::move(fPosted);
     }
 
 private:
@@ -131,16 +128,6 @@ private:
     std::string fLabel;
 };
 
-struct SetDeleter {
-    void operator()(EventSet* set) const
-    {
-        Autolock setsLock(OpenSets::Protect);
-        set->Lock();
-        delete set;
-    }
-};
-using SetPointer = std::unique_ptr<EventSet, SetDeleter>;
-
 class EventSetTest : public ::testing::Test {
 protected:
     void SetUp() override
@@ -161,11 +148,11 @@ protected:
         gEditors.clear();
     }
 
-    static SetPointer NewSet() { return SetPointer(new EventSet(nullptr, false, nullptr, nullptr)); }
-
-    static Event* AddWithNextTime(EventSet* set, int32_t next)
+    // Adds an event that opens no editor (null: a new default event).
+    static Event* Add(EventSet* set, int32_t next, Event* event = nullptr)
     {
-        Event* event = new Event(set);
+        if (event == nullptr)
+            event = new Event(set);
         event->RawFields().NextEventTime() = next;
         event->RawFields().ShouldWindowOpen() = false;
         set->AddEvent(event);
@@ -184,6 +171,11 @@ protected:
         CalvorinSettings::WhichEventsToDeliver = mode;
     }
 
+    static bool IsLoaded(EventSet* set)
+    {
+        return std::find(OpenSets::Sets.begin(), OpenSets::Sets.end(), set) != OpenSets::Sets.end();
+    }
+
     RecordingTarget fApplication;
     ScopedClock fClock{1700000000};
     ScriptedAlertPort fAlerts;
@@ -194,60 +186,44 @@ TEST_F(EventSetTest, NextEventIsTheEarliestNonZeroTimeFirstInListOnTies)
 {
     SetPointer set = NewSet();
     Autolock lock(set.get());
-    for (int32_t next : {500, 0, 300, 300})
-        AddWithNextTime(set.get(), next);
-    Event* event = nullptr;
-    EXPECT_EQ(set->GetNextEventTime(&event), 300);
-    EXPECT_EQ(event, set->EventAt(2));
-    EXPECT_EQ(set->GetNextEvent(), set->EventAt(2));
-}
-
-TEST_F(EventSetTest, ZeroTimesNeverCount)
-{
-    SetPointer set = NewSet();
-    Autolock lock(set.get());
     Event* event = reinterpret_cast<Event*>(1);
     EXPECT_EQ(set->GetNextEventTime(&event), 0);
     EXPECT_EQ(event, nullptr);
 
-    AddWithNextTime(set.get(), 0);
-    AddWithNextTime(set.get(), 0);
+    // Zero times never count.
+    Add(set.get(), 0);
+    Add(set.get(), 0);
     EXPECT_EQ(set->GetNextEvent(), nullptr);
     event = reinterpret_cast<Event*>(1);
     EXPECT_EQ(set->GetNextEventTime(&event), 0);
     EXPECT_EQ(event, nullptr);
 
-    // A leading zero does not hide a later time.
-    Event* later = AddWithNextTime(set.get(), 700);
-    EXPECT_EQ(set->GetNextEvent(), later);
+    for (int32_t next : {500, 0, 300, 300})
+        Add(set.get(), next);
+    EXPECT_EQ(set->GetNextEventTime(&event), 300);
+    EXPECT_EQ(event, set->EventAt(4));
+    EXPECT_EQ(set->GetNextEvent(), set->EventAt(4));
 }
 
 TEST_F(EventSetTest, LeafIsAfterTheLastSlashThatIsNotAtTheEnd)
 {
     SetPointer set = NewSet();
     Autolock lock(set.get());
-    struct {
-        const char* path;
-        const char* leaf;
-    } cases[] = {
-        {"/home/me/sets/Work", "Work"},
-        {"/home/me/sets/", "sets/"},
-        {"Work", "Work"},
-        {"/Work", "Work"},
-        {"/", "/"},
-        {"/home/me/sets//", "/"},
+    const std::pair<const char*, const char*> cases[] = {
+        {"/home/me/sets/Work", "Work"}, {"/home/me/sets/", "sets/"}, {"Work", "Work"},
+        {"/Work", "Work"},              {"/", "/"},                  {"/home/me/sets//", "/"},
     };
-    for (const auto& c : cases) {
-        set->SetFileName(c.path);
-        EXPECT_STREQ(set->GetLeafPtr(), c.leaf) << c.path;
+    for (const auto& [path, leaf] : cases) {
+        set->SetFileName(path);
+        EXPECT_STREQ(set->GetLeafPtr(), leaf) << path;
     }
 }
 
 TEST_F(EventSetTest, NewSetTakesTheDefaultsAndAnUntitledName)
 {
     CalvorinSettings::NumberOfKeys = 2;
-    int32_t keys[5] = {3, 1, 4, 1, 5};
-    int32_t modes[5] = {1, 0, 1, 1, 1};
+    const int32_t keys[5] = {3, 1, 4, 1, 5};
+    const int32_t modes[5] = {1, 0, 1, 1, 1};
     std::copy(keys, keys + 5, CalvorinSettings::SortKeys);
     std::copy(modes, modes + 5, CalvorinSettings::SortModes);
     CalvorinSettings::ColumnWidth[1] = 260;
@@ -265,65 +241,53 @@ TEST_F(EventSetTest, NewSetTakesTheDefaultsAndAnUntitledName)
     CLVSortMode gotModes[5];
     EXPECT_EQ(first->Sorting(gotKeys, gotModes), 2);
     EXPECT_EQ(std::vector<int32_t>(gotKeys, gotKeys + 5), (std::vector<int32_t>{3, 1, 0, 0, 0}));
-    EXPECT_EQ(gotModes[0], Descending);
-    EXPECT_EQ(gotModes[1], Ascending);
-    EXPECT_EQ(gotModes[2], Ascending);  // unused entries stay zero
+    // Unused entries stay zero.
+    EXPECT_EQ(std::vector<int>(gotModes, gotModes + 3), (std::vector<int>{Descending, Ascending, Ascending}));
     EXPECT_EQ(first->GetColumnWidth(1), 260);
     EXPECT_FALSE(first->GetColumnShown(5));
     EXPECT_TRUE(first->GetWindowFrame().IsValid());
     EXPECT_FALSE(first->HasBeenModified());
     EXPECT_EQ(first->CountEvents(), 0);
     EXPECT_EQ(first->GetWindow(), nullptr);
-}
 
-TEST_F(EventSetTest, NewSetOpensItsWindowWhenAsked)
-{
-    SetPointer set(new EventSet(nullptr, true, nullptr, nullptr));
-    ASSERT_NE(set->GetWindow(), nullptr);
+    // Asked to, a new set opens its window; a second time only brings it forward.
+    SetPointer shown(new EventSet(nullptr, true, nullptr, nullptr));
+    ASSERT_NE(shown->GetWindow(), nullptr);
     {
-        Autolock lock(set.get());
-        set->OpenWindow();  // a second time only brings it forward
+        Autolock lock(shown.get());
+        shown->OpenWindow();
     }
-    EXPECT_EQ(WindowOf(set.get())->fActivated, 1);
+    EXPECT_EQ(WindowOf(shown.get())->fActivated, 1);
     EXPECT_EQ(gSetWindows.size(), 1u);
-    CloseAndDrop(set);
+    CloseAndDrop(shown);
 }
 
-TEST_F(EventSetTest, AddNullMakesADefaultEventAndMarksModified)
+TEST_F(EventSetTest, AddShowsSortsOpensTheEditorAndMarksModified)
 {
     SetPointer set = NewSet();
-    Autolock lock(set.get());
-    fApplication.Clear();
-    set->AddEvent(nullptr);
-    ASSERT_EQ(set->CountEvents(), 1);
-    EXPECT_STREQ(set->EventAt(0)->GetName(), "Untitled");
-    EXPECT_EQ(set->EventAt(0)->GetOwner(), set.get());
-    EXPECT_EQ(set->EventAt(0)->GetSelectedHandler(), kMessageHandler);
-    EXPECT_TRUE(set->HasBeenModified());
-    EXPECT_GE(fApplication.Count(kSetsChanged), 1u);
-}
-
-TEST_F(EventSetTest, AddWithWindowShowsSortsAndOpensTheEditor)
-{
-    SetPointer set = NewSet();
-    Event* event = nullptr;
     Event* quiet = nullptr;
     {
         Autolock lock(set.get());
+        fApplication.Take();
+        set->AddEvent(nullptr);  // a default event
+        ASSERT_EQ(set->CountEvents(), 1);
+        EXPECT_STREQ(set->EventAt(0)->GetName(), "Untitled");
+        EXPECT_EQ(set->EventAt(0)->GetOwner(), set.get());
+        EXPECT_EQ(set->EventAt(0)->GetSelectedHandler(), kMessageHandler);
+        EXPECT_TRUE(set->HasBeenModified());
+        EXPECT_GE(fApplication.Count(kSetsChanged), 1u);
+
         set->OpenWindow();
         FakeSetWindow* window = WindowOf(set.get());
         ASSERT_NE(window, nullptr);
-        event = new Event(set.get());
+        Event* event = new Event(set.get());
         set->AddEvent(event);
         ASSERT_EQ(window->fCalls.size(), 2u);
         EXPECT_EQ(window->fCalls[0].what, "add");
         EXPECT_EQ(window->fCalls[0].event, event);
         EXPECT_EQ(window->fCalls[1].what, "sort");
         EXPECT_NE(event->GetWindow(), nullptr);  // a new event wants its editor
-
-        quiet = new Event(set.get());
-        quiet->RawFields().ShouldWindowOpen() = false;
-        set->AddEvent(quiet);
+        quiet = Add(set.get(), 0);
         EXPECT_EQ(quiet->GetWindow(), nullptr);
     }
     // Closing the set's window closes the open editor first, never with
@@ -340,11 +304,9 @@ TEST_F(EventSetTest, RemoveLeavesTheEventAliveAndLetsGoOfTheLockForTheView)
     SetPointer set = NewSet();
     set->Lock();
     set->OpenWindow();
-    Event* keep = new Event(set.get());
-    keep->RawFields().ShouldWindowOpen() = false;
-    set->AddEvent(keep);
+    Event* keep = Add(set.get(), 0);
     set->ClearModified();
-    fApplication.Clear();
+    fApplication.Take();
 
     set->RemoveEvent(keep);
     EXPECT_EQ(set->CountEvents(), 0);
@@ -357,9 +319,6 @@ TEST_F(EventSetTest, RemoveLeavesTheEventAliveAndLetsGoOfTheLockForTheView)
     EXPECT_TRUE(set->IsLocked());  // taken again afterwards
 
     // Still a whole event, which the caller may put back or delete.
-    EXPECT_STREQ(keep->GetName(), "Untitled");
-    keep->SetName("Kept");
-    EXPECT_STREQ(keep->GetName(), "Kept");
     set->AddEvent(keep);
     EXPECT_EQ(set->IndexOf(keep), 0);
     set->Unlock();
@@ -372,17 +331,17 @@ TEST_F(EventSetTest, EventModifiedTellsTheWindowAndTheApplication)
     {
         Autolock lock(set.get());
         set->OpenWindow();
-        Event* event = AddWithNextTime(set.get(), 900);
-        AddWithNextTime(set.get(), 1200);
+        Event* event = Add(set.get(), 900);
+        Add(set.get(), 1200);
         set->ClearModified();
-        fApplication.Clear();
-        WindowOf(set.get())->fPosted.Clear();
+        fApplication.Take();
+        WindowOf(set.get())->fPosted.Take();
 
         event->RawFields().NextEventTime() = 1500;
         set->EventModified(event);
         EXPECT_TRUE(set->HasBeenModified());
         EXPECT_EQ(fApplication.Count(kSetsChanged), 1u);
-        std::vector<Message> posted = WindowOf(set.get())->fPosted.Posted();
+        std::vector<Message> posted = WindowOf(set.get())->fPosted.Take();
         ASSERT_EQ(posted.size(), 1u);
         EXPECT_EQ(posted[0].what, kEventChangedInSet);
         EXPECT_EQ(posted[0].GetPointer("Event"), event);
@@ -396,8 +355,8 @@ TEST_F(EventSetTest, LayoutChangesDoNotMarkModified)
 {
     SetPointer set = NewSet();
     Autolock lock(set.get());
-    int32_t keys[5] = {4, 1, 0, 0, 0};
-    CLVSortMode modes[5] = {Descending, Ascending, NoSort, NoSort, NoSort};
+    const int32_t keys[5] = {4, 1, 0, 0, 0};
+    const CLVSortMode modes[5] = {Descending, Ascending, NoSort, NoSort, NoSort};
     set->SetSorting(2, keys, modes);
     set->SetColumnWidth(kNameColumn, 300);
     set->SetColumnShown(kNextMessageTimeColumn, true);
@@ -412,11 +371,8 @@ TEST_F(EventSetTest, LayoutChangesDoNotMarkModified)
     EXPECT_EQ(set->Sorting(gotKeys, gotModes), 2);
     EXPECT_EQ(gotKeys[0], 4);
     EXPECT_EQ(gotModes[0], Descending);
-    EXPECT_EQ(set->GetColumnWidth(kNameColumn), 300);
-    EXPECT_TRUE(set->GetColumnShown(kNextMessageTimeColumn));
-    EXPECT_EQ(set->GetColumnOrder()[0], 5);
-    EXPECT_EQ(set->GetViewMode(), CalendarViewMode);
-
+    EXPECT_EQ(std::vector<int32_t>(set->GetColumnOrder(), set->GetColumnOrder() + 6),
+              std::vector<int32_t>(order, order + 6));
     set->SetModified();
     EXPECT_TRUE(set->HasBeenModified());
 }
@@ -434,16 +390,15 @@ TEST_F(EventSetTest, DestructionDeletesEventsFirstItemFirstAndLeavesOpenSets)
         Autolock lock(set.get());
         for (const char* name : {"first", "second", "third"}) {
             Event* event = new Event(set.get());
-            event->SetName(name);
             event->RawFields().AddOnData()[kDoNothingHandler] = new DestructionWitness(event, name);
             set->AddEvent(event);
         }
     }
     EventSet* raw = set.get();
-    fApplication.Clear();
+    fApplication.Take();
     set.reset();
     EXPECT_EQ(destroyed, (std::vector<std::string>{"first", "second", "third"}));
-    EXPECT_EQ(std::find(OpenSets::Sets.begin(), OpenSets::Sets.end(), raw), OpenSets::Sets.end());
+    EXPECT_FALSE(IsLoaded(raw));
     // The set goes as a whole: its events do not each announce a change.
     EXPECT_EQ(fApplication.Count(kSetsChanged), 0u);
     gDestroyed = nullptr;
@@ -453,28 +408,20 @@ TEST_F(EventSetTest, DestructionDeletesEventsFirstItemFirstAndLeavesOpenSets)
 // timing is asked to be worked out again, by delivery mode.
 TEST_F(EventSetTest, WindowClosedDecisionTable)
 {
-    struct Row {
+    const struct {
         int32_t mode;
-        bool remembered;
-        bool kept;
-        bool posted;
+        bool remembered, kept, posted;
     } rows[] = {
-        {kOpenSetsOnly, false, false, true},
-        {kOpenSetsOnly, true, false, true},
-        {kOpenAndRememberedSets, true, true, false},
-        {kOpenAndRememberedSets, false, false, true},
-        {kRememberedSetsOnly, true, true, false},
-        {kRememberedSetsOnly, false, false, false},
-        {kRememberedUnlessOpen, true, true, true},
-        {kRememberedUnlessOpen, false, false, false},
-        {kDoNotDeliver, true, false, false},
-        {kDoNotDeliver, false, false, false},
+        {kOpenSetsOnly, false, false, true},          {kOpenSetsOnly, true, false, true},
+        {kOpenAndRememberedSets, true, true, false},  {kOpenAndRememberedSets, false, false, true},
+        {kRememberedSetsOnly, true, true, false},     {kRememberedSetsOnly, false, false, false},
+        {kRememberedUnlessOpen, true, true, true},    {kRememberedUnlessOpen, false, false, false},
+        {kDoNotDeliver, true, false, false},          {kDoNotDeliver, false, false, false},
     };
-    for (const Row& row : rows) {
-        SCOPED_TRACE("mode " + std::to_string(row.mode) +
-                     (row.remembered ? ", remembered" : ", not remembered"));
+    const std::string path = "/home/me/sets/Work";
+    for (const auto& row : rows) {
+        SCOPED_TRACE("mode " + std::to_string(row.mode) + (row.remembered ? ", remembered" : ""));
         SetPointer set = NewSet();
-        std::string path = "/home/me/sets/Work";
         {
             Autolock lock(set.get());
             set->SetFileName(path.c_str());
@@ -486,23 +433,18 @@ TEST_F(EventSetTest, WindowClosedDecisionTable)
         }
         {
             Autolock settingsLock(CalvorinSettings::Protect);
-            CalvorinSettings::SetFileNames.clear();
             // Only an exact match counts as remembered.
-            CalvorinSettings::SetFileNames.push_back(path + "/");
+            CalvorinSettings::SetFileNames = {path + "/"};
             if (row.remembered)
                 CalvorinSettings::SetFileNames.push_back(path);
             CalvorinSettings::WhichEventsToDeliver = row.mode;
         }
-        fApplication.Clear();
-
+        fApplication.Take();
         EventSet* raw = set.release();
         raw->WindowClosed();
-
-        bool stillLoaded =
-            std::find(OpenSets::Sets.begin(), OpenSets::Sets.end(), raw) != OpenSets::Sets.end();
-        EXPECT_EQ(stillLoaded, row.kept);
+        EXPECT_EQ(IsLoaded(raw), row.kept);
         EXPECT_EQ(fApplication.Count(kSetsChanged), row.posted ? 1u : 0u);
-        if (stillLoaded) {
+        if (IsLoaded(raw)) {
             EXPECT_EQ(raw->GetWindow(), nullptr);
             set.reset(raw);
         }
