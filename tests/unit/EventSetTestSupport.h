@@ -2,9 +2,12 @@
 // one, under the open-sets lock and its own lock.
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <string>
+#include <vector>
 
+#include "calvorin/Event.h"
 #include "core/EventSet.h"
 #include "core/OpenSets.h"
 
@@ -28,4 +31,27 @@ inline SetPointer NewSet()
 inline std::string Str(const char* text)
 {
     return text != nullptr ? text : "<null>";
+}
+
+// Every number an event stores, in the order of its file record: name and
+// texts, handler data and icons aside.
+inline std::vector<int64_t> EventNumbers(const Event* e)
+{
+    const Rect f = e->GetWindowFrame();
+    return {e->GetNextEventTime(), e->GetActualEventTime(), e->GetActive(), e->GetStatus(),
+            e->GetDeletable(), e->GetPeriodType(), e->GetMultiple(), e->GetTimingType(),
+            e->GetSavedTimingType(), e->GetEventTime(), e->GetDayOfMonth(), e->GetWeekOfMonth(),
+            e->GetDayOfWeek(), e->GetMonth(), e->GetMultiStartTime(), e->GetApplyTime(),
+            e->GetTimeToApply(), e->GetSubIntType(), e->GetApplyStop(), e->GetStopTime(),
+            e->GetApplyPrewarn(), e->GetPrewarnTime(), e->GetPrewarnType(), e->GetApplyPrewarnRepeat(),
+            e->GetPrewarnRepeatTime(), e->GetPrewarnRepeatType(), e->GetApplyNag(), e->GetNagRepeatTime(),
+            e->GetNagRepeatType(), e->GetDeliverIfMissed(), e->GetDeleteOnceDelivered(),
+            e->GetIconNumber(), int64_t(f.left), int64_t(f.top), int64_t(f.right), int64_t(f.bottom),
+            e->GetShouldWindowOpen(), e->GetTabShown()};
+}
+
+// The event's texts: name, prewarning, nag message and comment.
+inline std::vector<std::string> EventTexts(const Event* e)
+{
+    return {Str(e->GetName()), Str(e->GetPrewarnMessage()), Str(e->GetNagMessage()), Str(e->GetComment())};
 }
