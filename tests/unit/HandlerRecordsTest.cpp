@@ -2,8 +2,6 @@
 // read back byte for byte, and each reader takes exactly its own record.
 #include <gtest/gtest.h>
 
-#include <cstring>
-#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -40,7 +38,24 @@ Bytes Text(const std::string& text)  // with its terminating zero
     return bytes;
 }
 
-const Bytes kSentinelBytes = {0x0D, 0xF0, 0xFE, 0xCA};
+std::string Str(const char* text)
+{
+    return text ? text : "<null>";
+}
+
+// What a handler's data holds of its record: its text, its verify flag.
+std::string Shown(EventAddOnData* d)
+{
+    if (auto* m = dynamic_cast<MessageDataHandler*>(d))
+        return Str(m->GetMessage());
+    if (auto* c = dynamic_cast<CommandDataHandler*>(d))
+        return Str(c->GetCommand()) + (c->GetVerify() ? " +verify" : "");
+    if (auto* a = dynamic_cast<ActOnFileDataHandler*>(d))
+        return Str(a->GetFileName()) + (a->GetVerify() ? " +verify" : "");
+    if (auto* u = dynamic_cast<UnknownDataHandler*>(d))
+        return u->GetData() ? std::string(u->GetData(), u->GetDataLength()) : "<null>";
+    return "";
+}
 
 class HandlerRecordsTest : public ::testing::Test {
 protected:
@@ -63,18 +78,20 @@ protected:
         return bytes;
     }
 
-    // Reads a record (given after a byte-order flag) through a factory and
-    // checks that the sentinel behind it is where the reader stopped.
+    // Reads a record (given after a byte-order flag) through a factory and,
+    // with a sentinel behind the record, checks that the reader stopped
+    // there. The data comes back even when the read fails, for the caller to
+    // delete.
     std::unique_ptr<EventAddOnData> Read(NewAddOnDataFunction factory, const Bytes& record,
-                                         bool* ok, bool expectSentinel = true,
-                                         uint8_t flag = 0x00)
+                                         bool* ok, uint8_t flag = 0x00, bool sentinel = true)
     {
         std::string path = fDir.File("record");
-        WriteWholeFile(path, Concat({{flag}, record, expectSentinel ? kSentinelBytes : Bytes{}}));
+        WriteWholeFile(path, Concat({{flag}, record, sentinel ? Bytes{0x0D, 0xF0, 0xFE, 0xCA} : Bytes{}}));
         EndianIndependentFile file(path.c_str(), B_READ_ONLY, 16);
         EXPECT_EQ(file.InitCheck(), B_OK);
         std::unique_ptr<EventAddOnData> data(factory(nullptr, &file, ok));
-        if (expectSentinel && *ok) {
+        EXPECT_NE(data, nullptr) << "the data is returned for the caller to delete";
+        if (sentinel && *ok) {
             uint32_t next = 0;
             EXPECT_TRUE(file.ReadValue(&next));
             EXPECT_EQ(next, flag == 0x00 ? kSentinel : 0x0DF0FECAu) << "the reader stopped elsewhere";
@@ -82,237 +99,131 @@ protected:
         return data;
     }
 
-    // Reads the record and writes it again; the bytes must not change.
-    template <typename Data>
-    std::unique_ptr<Data> RoundTrip(NewAddOnDataFunction factory, const Bytes& record)
-    {
-        bool ok = false;
-        std::unique_ptr<EventAddOnData> data = Read(factory, record, &ok);
-        EXPECT_TRUE(ok);
-        EXPECT_NE(data, nullptr);
-        if (data == nullptr)
-            return nullptr;
-        EXPECT_EQ(Saved(data.get()), record);
-        return std::unique_ptr<Data>(static_cast<Data*>(data.release()));
-    }
-
     ScratchDir fDir;
 };
 
-TEST_F(HandlerRecordsTest, MessageRecordCountsTheTextAndItsZero)
+TEST_F(HandlerRecordsTest, RecordsReadAndWriteBackByteForByte)
 {
-    Bytes record = Concat({{3, 0, 0, 0}, Text("Hi")});
-    auto data = RoundTrip<MessageDataHandler>(DefHandMessage_NewAddOnData, record);
-    ASSERT_NE(data, nullptr);
-    EXPECT_STREQ(data->GetMessage(), "Hi");
-}
-
-TEST_F(HandlerRecordsTest, MessageKeepsNullAndEmptyApart)
-{
-    auto none = RoundTrip<MessageDataHandler>(DefHandMessage_NewAddOnData, {0, 0, 0, 0});
-    ASSERT_NE(none, nullptr);
-    EXPECT_EQ(none->GetMessage(), nullptr);
-
-    auto empty = RoundTrip<MessageDataHandler>(DefHandMessage_NewAddOnData, {1, 0, 0, 0, 0});
-    ASSERT_NE(empty, nullptr);
-    ASSERT_NE(empty->GetMessage(), nullptr);
-    EXPECT_STREQ(empty->GetMessage(), "");
-}
-
-TEST_F(HandlerRecordsTest, NewMessageSavesWhatItWasGiven)
-{
-    bool ok = false;
-    std::unique_ptr<EventAddOnData> data(DefHandMessage_NewAddOnData(nullptr, nullptr, &ok));
-    ASSERT_NE(data, nullptr);
-    EXPECT_TRUE(ok);
-    auto* message = static_cast<MessageDataHandler*>(data.get());
-    EXPECT_EQ(message->GetMessage(), nullptr);
-    EXPECT_EQ(Saved(message), (Bytes{0, 0, 0, 0}));
-
-    message->SetMessage("Bring the forms");
-    EXPECT_EQ(Saved(message), Concat({{16, 0, 0, 0}, Text("Bring the forms")}));
-    message->SetMessage("");
-    EXPECT_EQ(message->GetMessage(), nullptr);
-}
-
-TEST_F(HandlerRecordsTest, MessageReadsABigEndianCount)
-{
-    bool ok = false;
-    std::unique_ptr<EventAddOnData> data =
-        Read(DefHandMessage_NewAddOnData, Concat({{0, 0, 0, 3}, Text("Hi")}), &ok, true, 0x01);
-    EXPECT_TRUE(ok);
-    ASSERT_NE(data, nullptr);
-    EXPECT_STREQ(static_cast<MessageDataHandler*>(data.get())->GetMessage(), "Hi");
-}
-
-TEST_F(HandlerRecordsTest, DoNothingWritesAZeroCountAndIgnoresAnyOther)
-{
-    bool ok = false;
-    std::unique_ptr<EventAddOnData> fresh(DefHandDoNothing_NewAddOnData(nullptr, nullptr, &ok));
-    ASSERT_NE(fresh, nullptr);
-    EXPECT_TRUE(ok);
-    EXPECT_EQ(Saved(fresh.get()), (Bytes{0, 0, 0, 0}));
-    EXPECT_EQ(fresh->CreateEditView(Rect{0, 0, 100, 100}), nullptr);
-
-    // A count that is not 0 is read and nothing after it: the sentinel
-    // must follow the four bytes directly.
-    std::unique_ptr<EventAddOnData> read = Read(DefHandDoNothing_NewAddOnData, {7, 0, 0, 0}, &ok);
-    EXPECT_TRUE(ok);
-    ASSERT_NE(read, nullptr);
-    EXPECT_EQ(Saved(read.get()), (Bytes{0, 0, 0, 0}));
-}
-
-TEST_F(HandlerRecordsTest, UnknownKeepsTheMissingHandlersBytes)
-{
-    Bytes body = {'a', 0, 0xFF, 0x7F, 0x80, 0, 'z'};
-    Bytes record = Concat({{7, 0, 0, 0}, body});
-    auto data = RoundTrip<UnknownDataHandler>(DefHandUnknown_NewAddOnData, record);
-    ASSERT_NE(data, nullptr);
-    EXPECT_EQ(data->GetDataLength(), 7u);
-    ASSERT_NE(data->GetData(), nullptr);
-    EXPECT_EQ(std::memcmp(data->GetData(), body.data(), body.size()), 0);
-
-    // The name starts as "Unknown" until the set's reader hands over the
-    // name the file gave.
-    EXPECT_STREQ(data->GetOriginalHandler(), "Unknown");
-    data->SetOriginalHandler("Spoken reminder");
-    EXPECT_STREQ(data->GetOriginalHandler(), "Spoken reminder");
-    EXPECT_EQ(Saved(data.get()), record);
-}
-
-TEST_F(HandlerRecordsTest, UnknownWithAnEmptyRecordWritesALoneZeroCount)
-{
-    auto data = RoundTrip<UnknownDataHandler>(DefHandUnknown_NewAddOnData, {0, 0, 0, 0});
-    ASSERT_NE(data, nullptr);
-    EXPECT_EQ(data->GetDataLength(), 0u);
-    EXPECT_EQ(data->GetData(), nullptr);
-}
-
-TEST_F(HandlerRecordsTest, UnknownCannotBeMadeWithoutAFile)
-{
-    bool ok = false;
-    EXPECT_EQ(DefHandUnknown_NewAddOnData(nullptr, nullptr, &ok), nullptr);
-}
-
-// Command and Act on file share one layout, with the null-text exception:
-// count 0, then the verify byte anyway.
-struct VerifiedTextHandler {
-    const char* name;
-    NewAddOnDataFunction factory;
-    std::function<const char*(EventAddOnData*)> text;
-    std::function<bool(EventAddOnData*)> verify;
-    std::function<void(EventAddOnData*, bool)> setVerify;
-};
-
-class VerifiedTextRecordTest : public HandlerRecordsTest,
-                               public ::testing::WithParamInterface<VerifiedTextHandler> {};
-
-TEST_P(VerifiedTextRecordTest, TextRecordCountsVerifyByteAndZero)
-{
-    const VerifiedTextHandler& handler = GetParam();
-    Bytes record = Concat({{4, 0, 0, 0}, {1}, Text("ls")});
-    bool ok = false;
-    std::unique_ptr<EventAddOnData> data = Read(handler.factory, record, &ok);
-    EXPECT_TRUE(ok);
-    ASSERT_NE(data, nullptr);
-    EXPECT_STREQ(handler.text(data.get()), "ls");
-    EXPECT_TRUE(handler.verify(data.get()));
-    EXPECT_EQ(Saved(data.get()), record);
-}
-
-TEST_P(VerifiedTextRecordTest, NullTextIsCountZeroFollowedByTheVerifyByte)
-{
-    const VerifiedTextHandler& handler = GetParam();
-    for (uint8_t verify : {0, 1}) {
-        Bytes record = {0, 0, 0, 0, verify};
-        bool ok = false;
-        std::unique_ptr<EventAddOnData> data = Read(handler.factory, record, &ok);
-        EXPECT_TRUE(ok);
-        ASSERT_NE(data, nullptr);
-        EXPECT_EQ(handler.text(data.get()), nullptr);
-        EXPECT_EQ(handler.verify(data.get()), verify == 1);
-        EXPECT_EQ(Saved(data.get()), record);
-    }
-}
-
-TEST_P(VerifiedTextRecordTest, NewDataWritesTheFiveByteNullRecord)
-{
-    const VerifiedTextHandler& handler = GetParam();
-    bool ok = false;
-    std::unique_ptr<EventAddOnData> data(handler.factory(nullptr, nullptr, &ok));
-    ASSERT_NE(data, nullptr);
-    EXPECT_TRUE(ok);
-    EXPECT_EQ(handler.text(data.get()), nullptr);
-    EXPECT_FALSE(handler.verify(data.get()));
-    EXPECT_EQ(Saved(data.get()), (Bytes{0, 0, 0, 0, 0}));
-    handler.setVerify(data.get(), true);
-    EXPECT_EQ(Saved(data.get()), (Bytes{0, 0, 0, 0, 1}));
-}
-
-TEST_P(VerifiedTextRecordTest, CountOfOneCarriesOnlyTheVerifyByte)
-{
-    const VerifiedTextHandler& handler = GetParam();
-    bool ok = false;
-    std::unique_ptr<EventAddOnData> data = Read(handler.factory, {1, 0, 0, 0, 1}, &ok);
-    EXPECT_TRUE(ok);
-    ASSERT_NE(data, nullptr);
-    EXPECT_EQ(handler.text(data.get()), nullptr);
-    EXPECT_TRUE(handler.verify(data.get()));
-}
-
-TEST_P(VerifiedTextRecordTest, ShortRecordsAreRefused)
-{
-    const VerifiedTextHandler& handler = GetParam();
-    const Bytes cases[] = {
-        {4, 0},                          // the count itself cut short
-        {0, 0, 0, 0},                    // no verify byte after a zero count
-        {4, 0, 0, 0, 1, 'l'},            // text cut short
-        {0xF0, 0xFF, 0xFF, 0xFF, 0, 'x'},  // a corrupt count far beyond the file
-    };
-    for (const Bytes& record : cases) {
-        bool ok = true;
-        std::unique_ptr<EventAddOnData> data = Read(handler.factory, record, &ok, false);
-        EXPECT_FALSE(ok) << "record of " << record.size() << " bytes";
-        EXPECT_NE(data, nullptr) << "the data is returned for the caller to delete";
-    }
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    BuiltIn, VerifiedTextRecordTest,
-    ::testing::Values(
-        VerifiedTextHandler{
-            "Command", DefHandCommand_NewAddOnData,
-            [](EventAddOnData* d) { return static_cast<CommandDataHandler*>(d)->GetCommand(); },
-            [](EventAddOnData* d) { return static_cast<CommandDataHandler*>(d)->GetVerify(); },
-            [](EventAddOnData* d, bool v) { static_cast<CommandDataHandler*>(d)->SetVerify(v); }},
-        VerifiedTextHandler{
-            "ActOnFile", DefHandActOnFile_NewAddOnData,
-            [](EventAddOnData* d) { return static_cast<ActOnFileDataHandler*>(d)->GetFileName(); },
-            [](EventAddOnData* d) { return static_cast<ActOnFileDataHandler*>(d)->GetVerify(); },
-            [](EventAddOnData* d, bool v) { static_cast<ActOnFileDataHandler*>(d)->SetVerify(v); }}),
-    [](const ::testing::TestParamInfo<VerifiedTextHandler>& info) { return info.param.name; });
-
-TEST_F(HandlerRecordsTest, TruncatedRecordsSetOkFalse)
-{
-    struct Case {
+    // Command and Act on file share one layout: a count of the text, its zero
+    // and the verify byte; a null text is count 0, then the verify byte anyway.
+    const struct {
         const char* handler;
         NewAddOnDataFunction factory;
         Bytes record;
+        std::string shown;
+        Bytes saved = {};  // empty: the record itself
+        uint8_t flag = 0x00;
+    } cases[] = {
+        {"Message", DefHandMessage_NewAddOnData, Concat({{3, 0, 0, 0}, Text("Hi")}), "Hi"},
+        {"Message", DefHandMessage_NewAddOnData, {0, 0, 0, 0}, "<null>"},
+        {"Message", DefHandMessage_NewAddOnData, {1, 0, 0, 0, 0}, ""},  // empty is not null
+        {"Message", DefHandMessage_NewAddOnData, Concat({{0, 0, 0, 3}, Text("Hi")}), "Hi",
+         Concat({{3, 0, 0, 0}, Text("Hi")}), 0x01},  // a big-endian count
+        // A count that is not 0 is read and nothing after it.
+        {"Do nothing", DefHandDoNothing_NewAddOnData, {7, 0, 0, 0}, "", {0, 0, 0, 0}},
+        {"Unknown", DefHandUnknown_NewAddOnData, {7, 0, 0, 0, 'a', 0, 0xFF, 0x7F, 0x80, 0, 'z'},
+         std::string("a\0\xFF\x7F\x80\0z", 7)},
+        {"Unknown", DefHandUnknown_NewAddOnData, {0, 0, 0, 0}, "<null>"},
+        {"Command", DefHandCommand_NewAddOnData, Concat({{4, 0, 0, 0}, {1}, Text("ls")}), "ls +verify"},
+        {"Command", DefHandCommand_NewAddOnData, {0, 0, 0, 0, 0}, "<null>"},
+        {"Command", DefHandCommand_NewAddOnData, {0, 0, 0, 0, 1}, "<null> +verify"},
+        {"Command", DefHandCommand_NewAddOnData, {1, 0, 0, 0, 1}, "<null> +verify", {0, 0, 0, 0, 1}},
+        {"Act on file", DefHandActOnFile_NewAddOnData, Concat({{4, 0, 0, 0}, {1}, Text("ls")}), "ls +verify"},
+        {"Act on file", DefHandActOnFile_NewAddOnData, {0, 0, 0, 0, 0}, "<null>"},
+        {"Act on file", DefHandActOnFile_NewAddOnData, {0, 0, 0, 0, 1}, "<null> +verify"},
+        {"Act on file", DefHandActOnFile_NewAddOnData, {1, 0, 0, 0, 1}, "<null> +verify", {0, 0, 0, 0, 1}},
     };
-    const Case cases[] = {
+    for (const auto& c : cases) {
+        SCOPED_TRACE(std::string(c.handler) + ", record of " + std::to_string(c.record.size()) + " bytes");
+        bool ok = false;
+        std::unique_ptr<EventAddOnData> data = Read(c.factory, c.record, &ok, c.flag);
+        ASSERT_TRUE(ok);
+        EXPECT_EQ(Shown(data.get()), c.shown);
+        EXPECT_EQ(Saved(data.get()), c.saved.empty() ? c.record : c.saved);
+    }
+}
+
+TEST_F(HandlerRecordsTest, ShortRecordsSetOkFalse)
+{
+    const struct {
+        const char* handler;
+        NewAddOnDataFunction factory;
+        Bytes record;
+    } cases[] = {
         {"Message", DefHandMessage_NewAddOnData, {3, 0}},
         {"Message", DefHandMessage_NewAddOnData, {10, 0, 0, 0, 'a', 'b', 'c'}},
         {"Message", DefHandMessage_NewAddOnData, {0xFF, 0xFF, 0xFF, 0xFF, 'a'}},
         {"Do nothing", DefHandDoNothing_NewAddOnData, {0, 0}},
         {"Unknown", DefHandUnknown_NewAddOnData, {}},
         {"Unknown", DefHandUnknown_NewAddOnData, {100, 0, 0, 0, 1, 2}},
+        // The count cut short, no verify byte after a zero count, the text
+        // cut short, a corrupt count far beyond the file.
+        {"Command", DefHandCommand_NewAddOnData, {4, 0}},
+        {"Command", DefHandCommand_NewAddOnData, {0, 0, 0, 0}},
+        {"Command", DefHandCommand_NewAddOnData, {4, 0, 0, 0, 1, 'l'}},
+        {"Command", DefHandCommand_NewAddOnData, {0xF0, 0xFF, 0xFF, 0xFF, 0, 'x'}},
+        {"Act on file", DefHandActOnFile_NewAddOnData, {4, 0}},
+        {"Act on file", DefHandActOnFile_NewAddOnData, {0, 0, 0, 0}},
+        {"Act on file", DefHandActOnFile_NewAddOnData, {4, 0, 0, 0, 1, 'l'}},
+        {"Act on file", DefHandActOnFile_NewAddOnData, {0xF0, 0xFF, 0xFF, 0xFF, 0, 'x'}},
     };
-    for (const Case& c : cases) {
+    for (const auto& c : cases) {
         bool ok = true;
-        std::unique_ptr<EventAddOnData> data = Read(c.factory, c.record, &ok, false);
+        std::unique_ptr<EventAddOnData> data = Read(c.factory, c.record, &ok, 0x00, false);
         EXPECT_FALSE(ok) << c.handler << ", record of " << c.record.size() << " bytes";
-        EXPECT_NE(data, nullptr) << c.handler;
     }
+}
+
+TEST_F(HandlerRecordsTest, NewDataSavesWhatItWasGiven)
+{
+    const struct {
+        NewAddOnDataFunction factory;
+        std::string shown;
+        Bytes saved;
+    } cases[] = {
+        {DefHandMessage_NewAddOnData, "<null>", {0, 0, 0, 0}},
+        {DefHandDoNothing_NewAddOnData, "", {0, 0, 0, 0}},
+        {DefHandCommand_NewAddOnData, "<null>", {0, 0, 0, 0, 0}},
+        {DefHandActOnFile_NewAddOnData, "<null>", {0, 0, 0, 0, 0}},
+    };
+    for (const auto& c : cases) {
+        bool ok = false;
+        std::unique_ptr<EventAddOnData> data(c.factory(nullptr, nullptr, &ok));
+        ASSERT_NE(data, nullptr);
+        EXPECT_TRUE(ok);
+        EXPECT_EQ(Shown(data.get()), c.shown);
+        EXPECT_EQ(Saved(data.get()), c.saved);
+    }
+    EXPECT_EQ(DoNothingDataHandler(nullptr).CreateEditView(Rect{0, 0, 100, 100}), nullptr);
+    // An Unknown handler cannot be made without a file.
+    bool ok = false;
+    EXPECT_EQ(DefHandUnknown_NewAddOnData(nullptr, nullptr, &ok), nullptr);
+
+    MessageDataHandler message(nullptr);
+    message.SetMessage("Bring the forms");
+    EXPECT_EQ(Saved(&message), Concat({{16, 0, 0, 0}, Text("Bring the forms")}));
+    message.SetMessage("");
+    EXPECT_EQ(message.GetMessage(), nullptr);
+    CommandDataHandler command(nullptr);
+    command.SetVerify(true);
+    EXPECT_EQ(Saved(&command), (Bytes{0, 0, 0, 0, 1}));
+    ActOnFileDataHandler actOnFile(nullptr);
+    actOnFile.SetVerify(true);
+    EXPECT_EQ(Saved(&actOnFile), (Bytes{0, 0, 0, 0, 1}));
+}
+
+TEST_F(HandlerRecordsTest, UnknownKeepsTheNameTheSetReaderHandsOver)
+{
+    // The name starts as "Unknown"; the bytes are written as they were read.
+    const Bytes record = {2, 0, 0, 0, 'o', 'k'};
+    bool ok = false;
+    std::unique_ptr<EventAddOnData> data = Read(DefHandUnknown_NewAddOnData, record, &ok);
+    auto* unknown = dynamic_cast<UnknownDataHandler*>(data.get());
+    ASSERT_NE(unknown, nullptr);
+    EXPECT_STREQ(unknown->GetOriginalHandler(), "Unknown");
+    unknown->SetOriginalHandler("Spoken reminder");
+    EXPECT_STREQ(unknown->GetOriginalHandler(), "Spoken reminder");
+    EXPECT_EQ(Saved(unknown), record);
 }
 
 TEST_F(HandlerRecordsTest, SaveFailsWhenTheFileTakesNothing)
@@ -321,11 +232,9 @@ TEST_F(HandlerRecordsTest, SaveFailsWhenTheFileTakesNothing)
     WriteWholeFile(path, Bytes{0x00});
     EndianIndependentFile file(path.c_str(), B_READ_ONLY, 64);
     ASSERT_EQ(file.InitCheck(), B_OK);
-
-    bool ok = false;
-    NewAddOnDataFunction factories[] = {DefHandDoNothing_NewAddOnData, DefHandMessage_NewAddOnData,
-                                        DefHandCommand_NewAddOnData, DefHandActOnFile_NewAddOnData};
-    for (NewAddOnDataFunction factory : factories) {
+    for (NewAddOnDataFunction factory : {DefHandDoNothing_NewAddOnData, DefHandMessage_NewAddOnData,
+                                         DefHandCommand_NewAddOnData, DefHandActOnFile_NewAddOnData}) {
+        bool ok = false;
         std::unique_ptr<EventAddOnData> data(factory(nullptr, nullptr, &ok));
         ASSERT_NE(data, nullptr);
         EXPECT_FALSE(data->SaveData(&file));
