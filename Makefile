@@ -37,5 +37,12 @@ test: build build-asan
 bench: build
 	@$(BUILD)/bin/calvorin_bench
 
+# The Debian package for /usr: build-package/calvorin_<version>_<arch>.deb.
+package: deps
+	@cmake -S . -B build-package -DCMAKE_BUILD_TYPE=Release -DCMAKE_INSTALL_PREFIX=/usr \
+		-DCMAKE_INSTALL_DOCDIR=share/doc/calvorin -DCALVORIN_BENCH=OFF >/dev/null
+	@cmake --build build-package -j$(JOBS) --target package
+	@ls build-package/*.deb
+
 clean:
 	rm -rf $(BUILD) $(ASAN_BUILD) build-fuzz
