@@ -1,3 +1,6 @@
+// The buffered file: writes reach the file when the buffer is full or
+// flushed, reads cross buffer boundaries, the unbuffered operations see the
+// logical position, lines and previews, and files that cannot be used.
 #include "calvorin/BufferedFile.h"
 
 #include <gtest/gtest.h>
@@ -5,127 +8,112 @@
 #include <unistd.h>
 
 #include <cstring>
-#include <memory>
+#include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "StorageTestSupport.h"
 
 namespace {
 
+using Bytes = std::vector<uint8_t>;
+
 class BufferedFileTest : public ::testing::Test {
 protected:
     void SetUp() override { ASSERT_TRUE(fDir.Valid()); }
 
     std::string Path(const char* leaf = "data") const { return fDir.File(leaf); }
+    // Writes the bytes to the file "data" and opens it.
+    BufferedFile& Open(const Bytes& bytes, uint32_t mode, int32_t bufferSize)
+    {
+        WriteWholeFile(Path(), bytes);
+        fFile.emplace(Path().c_str(), mode, bufferSize);
+        EXPECT_EQ(fFile->InitCheck(), B_OK);
+        return *fFile;
+    }
+    BufferedFile& Open(const std::string& text, uint32_t mode, int32_t bufferSize)
+    {
+        return Open(Bytes(text.begin(), text.end()), mode, bufferSize);
+    }
 
     ScratchDir fDir;
+    std::optional<BufferedFile> fFile;
 };
 
-TEST_F(BufferedFileTest, SmallWritesStayInTheBufferUntilFlushed)
+TEST_F(BufferedFileTest, WritesReachTheFileWhenTheBufferIsFullOrFlushed)
 {
-    std::vector<uint8_t> bytes = PatternBytes(1000);
+    const Bytes bytes = PatternBytes(3500);
     {
         BufferedFile file(Path().c_str(), B_WRITE_ONLY | B_CREATE_FILE, 1024);
         ASSERT_EQ(file.InitCheck(), B_OK);
-        for (size_t i = 0; i < bytes.size(); i += 10)
+        for (size_t i = 0; i < 1000; i += 10)
             ASSERT_EQ(file.BufferedWrite(&bytes[i], 10), 10);
         EXPECT_EQ(FileSizeOnDisk(Path()), 0);
         ASSERT_EQ(file.FlushBuffer(), B_OK);
         EXPECT_EQ(FileSizeOnDisk(Path()), 1000);
+        ASSERT_EQ(file.FlushBuffer(), B_OK);  // nothing pending: nothing changes
+        EXPECT_EQ(FileSizeOnDisk(Path()), 1000);
+        ASSERT_EQ(file.BufferedWrite(&bytes[1000], 1024), 1024);  // a full buffer at once
+        EXPECT_EQ(FileSizeOnDisk(Path()), 2024);
+        ASSERT_EQ(file.BufferedWrite(&bytes[2024], 1476), 1476);
+        EXPECT_EQ(FileSizeOnDisk(Path()), 3048);
+        ASSERT_EQ(file.FlushBuffer(), B_OK);
     }
     EXPECT_EQ(ReadWholeFile(Path()), bytes);
-}
 
-TEST_F(BufferedFileTest, DestroyingWithoutFlushLosesPendingBytes)
-{
+    // Destroyed without a flush, the pending bytes are lost.
     {
-        BufferedFile file(Path().c_str(), B_WRITE_ONLY | B_CREATE_FILE, 1024);
-        std::vector<uint8_t> bytes = PatternBytes(1000);
+        BufferedFile file(Path("lost").c_str(), B_WRITE_ONLY | B_CREATE_FILE, 1024);
         ASSERT_EQ(file.BufferedWrite(bytes.data(), 1000), 1000);
     }
-    EXPECT_EQ(FileSizeOnDisk(Path()), 0);
+    EXPECT_EQ(FileSizeOnDisk(Path("lost")), 0);
 }
 
-TEST_F(BufferedFileTest, FullBufferIsWrittenAtOnce)
+TEST_F(BufferedFileTest, ReadsCrossBufferBoundariesAndStopAtTheEnd)
 {
-    std::vector<uint8_t> bytes = PatternBytes(2500);
-    {
-        BufferedFile file(Path().c_str(), B_WRITE_ONLY | B_CREATE_FILE, 1024);
-        ASSERT_EQ(file.BufferedWrite(bytes.data(), 1024), 1024);
-        EXPECT_EQ(FileSizeOnDisk(Path()), 1024);
-        // Nothing pending: flushing changes nothing.
-        ASSERT_EQ(file.FlushBuffer(), B_OK);
-        EXPECT_EQ(FileSizeOnDisk(Path()), 1024);
-
-        ASSERT_EQ(file.BufferedWrite(bytes.data() + 1024, 1476), 1476);
-        EXPECT_EQ(FileSizeOnDisk(Path()), 2048);
-        ASSERT_EQ(file.FlushBuffer(), B_OK);
+    // Lengths short of a buffer, of whole buffers, and across many.
+    for (size_t length : {100, 128, 3000}) {
+        SCOPED_TRACE(length);
+        const Bytes bytes = PatternBytes(length);
+        BufferedFile& file = Open(bytes, B_READ_ONLY, 64);
+        Bytes got;
+        uint8_t chunk[7];
+        int32_t n;
+        while ((n = file.BufferedRead(chunk, sizeof chunk)) > 0)
+            got.insert(got.end(), chunk, chunk + n);
+        EXPECT_EQ(got, bytes);
+        EXPECT_EQ(file.BufferedRead(chunk, sizeof chunk), 0);
     }
-    EXPECT_EQ(ReadWholeFile(Path()), bytes);
-}
-
-TEST_F(BufferedFileTest, ReadingAShortFileStopsAtItsEnd)
-{
-    std::vector<uint8_t> bytes = PatternBytes(100);
-    WriteWholeFile(Path(), bytes);
-    BufferedFile file(Path().c_str(), B_READ_ONLY, 1024);
-    ASSERT_EQ(file.InitCheck(), B_OK);
-
-    std::vector<uint8_t> got(500, 0xEE);
-    EXPECT_EQ(file.BufferedRead(got.data(), 500), 100);
-    EXPECT_TRUE(std::equal(bytes.begin(), bytes.end(), got.begin()));
-    EXPECT_EQ(file.BufferedRead(got.data(), 500), 0);
-}
-
-TEST_F(BufferedFileTest, ReadsAcrossBufferBoundaries)
-{
-    std::vector<uint8_t> bytes = PatternBytes(3000);
-    WriteWholeFile(Path(), bytes);
-    BufferedFile file(Path().c_str(), B_READ_ONLY, 64);
-
-    std::vector<uint8_t> got;
-    uint8_t chunk[7];
-    int32_t n;
-    while ((n = file.BufferedRead(chunk, sizeof chunk)) > 0)
-        got.insert(got.end(), chunk, chunk + n);
-    EXPECT_EQ(got, bytes);
-
-    // A file whose length is a whole number of buffers ends the same way.
-    std::vector<uint8_t> exact = PatternBytes(128);
-    WriteWholeFile(Path("exact"), exact);
-    BufferedFile exactFile(Path("exact").c_str(), B_READ_ONLY, 64);
-    std::vector<uint8_t> all(200);
-    EXPECT_EQ(exactFile.BufferedRead(all.data(), 200), 128);
-    EXPECT_EQ(exactFile.BufferedRead(all.data(), 200), 0);
+    // One read asking for more than a file of whole buffers holds.
+    Bytes all(200);
+    BufferedFile& exact = Open(PatternBytes(128), B_READ_ONLY, 64);
+    EXPECT_EQ(exact.BufferedRead(all.data(), 200), 128);
+    EXPECT_EQ(Bytes(all.begin(), all.begin() + 128), PatternBytes(128));
+    EXPECT_EQ(exact.BufferedRead(all.data(), 200), 0);
 }
 
 TEST_F(BufferedFileTest, WriteAfterReadLandsWhereTheReaderStopped)
 {
-    std::vector<uint8_t> bytes = PatternBytes(2000);
-    WriteWholeFile(Path(), bytes);
-    {
-        BufferedFile file(Path().c_str(), B_READ_WRITE, 1024);
-        uint8_t head[10];
-        ASSERT_EQ(file.BufferedRead(head, 10), 10);
-        ASSERT_EQ(file.BufferedWrite("XXXXX", 5), 5);
-        // Reading on picks up right after the written bytes.
-        uint8_t next;
-        ASSERT_EQ(file.BufferedRead(&next, 1), 1);
-        EXPECT_EQ(next, bytes[15]);
-        ASSERT_EQ(file.FlushBuffer(), B_OK);
-    }
-    std::vector<uint8_t> expected = bytes;
+    const Bytes bytes = PatternBytes(2000);
+    BufferedFile& file = Open(bytes, B_READ_WRITE, 1024);
+    uint8_t head[10];
+    ASSERT_EQ(file.BufferedRead(head, 10), 10);
+    ASSERT_EQ(file.BufferedWrite("XXXXX", 5), 5);
+    // Reading on picks up right after the written bytes.
+    uint8_t next;
+    ASSERT_EQ(file.BufferedRead(&next, 1), 1);
+    EXPECT_EQ(next, bytes[15]);
+    ASSERT_EQ(file.FlushBuffer(), B_OK);
+    Bytes expected = bytes;
     std::memcpy(&expected[10], "XXXXX", 5);
     EXPECT_EQ(ReadWholeFile(Path()), expected);
 }
 
 TEST_F(BufferedFileTest, UnbufferedOperationsSeeTheLogicalPosition)
 {
-    std::vector<uint8_t> bytes = PatternBytes(2000);
-    WriteWholeFile(Path(), bytes);
-    BufferedFile file(Path().c_str(), B_READ_WRITE, 1024);
-
+    const Bytes bytes = PatternBytes(2000);
+    BufferedFile& file = Open(bytes, B_READ_WRITE, 1024);
     uint8_t head[10];
     ASSERT_EQ(file.BufferedRead(head, 10), 10);
     // The read-ahead is given back before the seek.
@@ -144,7 +132,6 @@ TEST_F(BufferedFileTest, UnbufferedOperationsSeeTheLogicalPosition)
     ASSERT_EQ(file.BufferedWrite("abc", 3), 3);
     ASSERT_EQ(file.Write("def", 3), 3);
     EXPECT_EQ(file.Seek(0, 2), 2000);
-
     uint8_t at[6];
     ASSERT_EQ(file.ReadAt(0, at, 6), 6);
     EXPECT_EQ(std::memcmp(at, "abcdef", 6), 0);
@@ -154,155 +141,108 @@ TEST_F(BufferedFileTest, UnbufferedOperationsSeeTheLogicalPosition)
     EXPECT_EQ(FileSizeOnDisk(Path()), 100);
 }
 
-TEST_F(BufferedFileTest, AccessModeLimitsBufferedTransfers)
+TEST_F(BufferedFileTest, FilesThatCannotBeUsedTransferNothing)
 {
-    WriteWholeFile(Path(), std::string("content"));
-    BufferedFile reader(Path().c_str(), B_READ_ONLY, 16);
+    char c;
+    BufferedFile& reader = Open(std::string("content"), B_READ_ONLY, 16);
     EXPECT_TRUE(reader.IsReadable());
     EXPECT_FALSE(reader.IsWritable());
     EXPECT_EQ(reader.BufferedWrite("x", 1), 0);
-
     BufferedFile writer(Path("other").c_str(), B_WRITE_ONLY | B_CREATE_FILE, 16);
     EXPECT_FALSE(writer.IsReadable());
-    char c;
     EXPECT_EQ(writer.BufferedRead(&c, 1), 0);
-}
 
-TEST_F(BufferedFileTest, FailedOpenLeavesAnUnusableObject)
-{
     BufferedFile missing(Path("missing").c_str(), B_READ_ONLY, 16);
     EXPECT_EQ(missing.InitCheck(), B_NAME_NOT_FOUND);
-    char c;
     EXPECT_EQ(missing.BufferedRead(&c, 1), 0);
     EXPECT_EQ(missing.BufferedPreview(&c, 1), 0);
-
     BufferedFile noCreate(Path("missing").c_str(), B_WRITE_ONLY, 16);
     EXPECT_EQ(noCreate.InitCheck(), B_NAME_NOT_FOUND);
     EXPECT_EQ(noCreate.BufferedWrite("x", 1), 0);
     EXPECT_FALSE(std::filesystem::exists(Path("missing")));
 
-    BufferedFile folder(fDir.Path().c_str(), B_READ_ONLY, 16);
-    EXPECT_NE(folder.InitCheck(), B_OK);
+    EXPECT_NE(BufferedFile(fDir.Path().c_str(), B_READ_ONLY, 16).InitCheck(), B_OK);  // a folder
+    EXPECT_NE(BufferedFile(Path().c_str(), 3, 16).InitCheck(), B_OK);                  // a bad mode
+    EXPECT_NE(BufferedFile(Path().c_str(), B_READ_ONLY, 0).InitCheck(), B_OK);         // no buffer
 
-    WriteWholeFile(Path(), std::string("x"));
-    BufferedFile badMode(Path().c_str(), 3, 16);
-    EXPECT_NE(badMode.InitCheck(), B_OK);
-    BufferedFile noBuffer(Path().c_str(), B_READ_ONLY, 0);
-    EXPECT_NE(noBuffer.InitCheck(), B_OK);
+    // An unwritable folder is reported as such (permissions do not bind root).
+    if (geteuid() != 0) {
+        std::filesystem::create_directory(Path("locked"));
+        chmod(Path("locked").c_str(), 0500);
+        BufferedFile file((Path("locked") + "/new").c_str(), B_WRITE_ONLY | B_CREATE_FILE, 16);
+        EXPECT_EQ(file.InitCheck(), B_PERMISSION_DENIED);
+        chmod(Path("locked").c_str(), 0700);
+    }
 }
 
-TEST_F(BufferedFileTest, UnwritableFolderIsReportedAsSuch)
+TEST_F(BufferedFileTest, OpenModesAndTargets)
 {
-    if (geteuid() == 0)
-        GTEST_SKIP() << "permissions do not apply to root";
-    std::filesystem::create_directory(Path("locked"));
-    chmod(Path("locked").c_str(), 0500);
-    BufferedFile file((Path("locked") + "/new").c_str(), B_WRITE_ONLY | B_CREATE_FILE, 16);
-    EXPECT_EQ(file.InitCheck(), B_PERMISSION_DENIED);
-    chmod(Path("locked").c_str(), 0700);
-}
-
-TEST_F(BufferedFileTest, CreateEraseAndOpenAtEnd)
-{
-    WriteWholeFile(Path(), std::string("old contents"));
     {
-        BufferedFile file(Path().c_str(), B_WRITE_ONLY | B_OPEN_AT_END, 16);
+        BufferedFile& file = Open(std::string("old contents"), B_WRITE_ONLY | B_OPEN_AT_END, 16);
         ASSERT_EQ(file.BufferedWrite("+", 1), 1);
         ASSERT_EQ(file.FlushBuffer(), B_OK);
+        fFile.reset();
     }
     EXPECT_EQ(ReadWholeFile(Path()).size(), 13u);
-    {
-        BufferedFile file(Path().c_str(), B_WRITE_ONLY | B_ERASE_FILE, 16);
-        ASSERT_EQ(file.InitCheck(), B_OK);
-    }
+    EXPECT_EQ(BufferedFile(Path().c_str(), B_WRITE_ONLY | B_ERASE_FILE, 16).InitCheck(), B_OK);
     EXPECT_EQ(FileSizeOnDisk(Path()), 0);
 
     mode_t old = umask(022);
-    {
-        BufferedFile file(Path("new").c_str(), B_WRITE_ONLY | B_CREATE_FILE, 16);
-        ASSERT_EQ(file.InitCheck(), B_OK);
-    }
+    EXPECT_EQ(BufferedFile(Path("new").c_str(), B_WRITE_ONLY | B_CREATE_FILE, 16).InitCheck(), B_OK);
     umask(old);
     struct stat info;
     ASSERT_EQ(stat(Path("new").c_str(), &info), 0);
     EXPECT_EQ(info.st_mode & 0777, 0644u);
-}
 
-TEST_F(BufferedFileTest, DirectoryAndLeafFormAndSetTo)
-{
+    // A folder and a leaf; re-targeting writes out what was pending.
     {
         BufferedFile file(fDir.Path().c_str(), "first", B_WRITE_ONLY | B_CREATE_FILE, 16);
         ASSERT_EQ(file.InitCheck(), B_OK);
         ASSERT_EQ(file.BufferedWrite("one", 3), 3);
-        // Re-targeting writes out what was pending for the first file.
         ASSERT_EQ(file.SetTo(fDir.Path().c_str(), "second", B_WRITE_ONLY | B_CREATE_FILE), B_OK);
         ASSERT_EQ(file.BufferedWrite("two", 3), 3);
         ASSERT_EQ(file.FlushBuffer(), B_OK);
-
         EXPECT_NE(file.SetTo(fDir.Path().c_str(), nullptr, B_READ_ONLY), B_OK);
         EXPECT_NE(file.InitCheck(), B_OK);
     }
-    EXPECT_EQ(ReadWholeFile(Path("first")), std::vector<uint8_t>({'o', 'n', 'e'}));
-    EXPECT_EQ(ReadWholeFile(Path("second")), std::vector<uint8_t>({'t', 'w', 'o'}));
+    EXPECT_EQ(ReadWholeFile(Path("first")), Bytes({'o', 'n', 'e'}));
+    EXPECT_EQ(ReadWholeFile(Path("second")), Bytes({'t', 'w', 'o'}));
 }
 
 TEST_F(BufferedFileTest, ReadLineSplitsAtLineEnds)
 {
-    WriteWholeFile(Path(), std::vector<uint8_t>{'a', '\r', '\n', 'b', '\n', 'c', 'd', '\0', 'e', '\r', 'f'});
-    BufferedFile file(Path().c_str(), B_READ_ONLY, 64);
-    char line[16];
-
-    EXPECT_EQ(file.BufferedReadLine(line, sizeof line), 3);
-    EXPECT_STREQ(line, "a");
-    EXPECT_EQ(file.BufferedReadLine(line, sizeof line), 2);
-    EXPECT_STREQ(line, "b");
-    EXPECT_EQ(file.BufferedReadLine(line, sizeof line), 3);
-    EXPECT_STREQ(line, "cd");
-    // A lone carriage return ends a line too.
-    EXPECT_EQ(file.BufferedReadLine(line, sizeof line), 2);
-    EXPECT_STREQ(line, "e");
-    // The last line has no terminator.
-    EXPECT_EQ(file.BufferedReadLine(line, sizeof line), 1);
-    EXPECT_STREQ(line, "f");
-    EXPECT_EQ(file.BufferedReadLine(line, sizeof line), 0);
-    EXPECT_STREQ(line, "");
-    EXPECT_EQ(file.BufferedReadLine(line, 0), 0);
-}
-
-TEST_F(BufferedFileTest, ReadLineCutsLongLinesToTheBuffer)
-{
-    WriteWholeFile(Path(), std::string("abcdefgh\n"));
-    BufferedFile file(Path().c_str(), B_READ_ONLY, 64);
-    char line[4];
-    EXPECT_EQ(file.BufferedReadLine(line, sizeof line), 3);
-    EXPECT_STREQ(line, "abc");
-    EXPECT_EQ(file.BufferedReadLine(line, sizeof line), 3);
-    EXPECT_STREQ(line, "def");
-    EXPECT_EQ(file.BufferedReadLine(line, sizeof line), 3);
-    EXPECT_STREQ(line, "gh");
-}
-
-TEST_F(BufferedFileTest, CarriageReturnEndingTheBufferMissesItsLineFeed)
-{
-    // With a 4-byte buffer the carriage return is the last buffered byte, so
-    // the line feed after it is not seen and comes back as an empty line.
-    WriteWholeFile(Path(), std::string("abc\r\nd"));
-    BufferedFile file(Path().c_str(), B_READ_ONLY, 4);
-    char line[16];
-    EXPECT_EQ(file.BufferedReadLine(line, sizeof line), 4);
-    EXPECT_STREQ(line, "abc");
-    EXPECT_EQ(file.BufferedReadLine(line, sizeof line), 1);
-    EXPECT_STREQ(line, "");
-    EXPECT_EQ(file.BufferedReadLine(line, sizeof line), 1);
-    EXPECT_STREQ(line, "d");
+    // {contents, file buffer, line buffer, the lines as {count, text}}. A
+    // lone carriage return ends a line; the last line needs no terminator; a
+    // long line is cut to the line buffer. With a 4-byte buffer the carriage
+    // return is the last buffered byte, so the line feed after it is not
+    // seen and comes back as an empty line.
+    const struct {
+        std::string contents;
+        int32_t bufferSize;
+        uint32_t lineSize;
+        std::vector<std::pair<int32_t, std::string>> lines;
+    } cases[] = {
+        {std::string("a\r\nb\ncd\0e\rf", 11), 64, 16, {{3, "a"}, {2, "b"}, {3, "cd"}, {2, "e"}, {1, "f"}, {0, ""}}},
+        {"abcdefgh\n", 64, 4, {{3, "abc"}, {3, "def"}, {3, "gh"}}},
+        {"abc\r\nd", 4, 16, {{4, "abc"}, {1, ""}, {1, "d"}}},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.contents);
+        BufferedFile& file = Open(c.contents, B_READ_ONLY, c.bufferSize);
+        for (const auto& [count, text] : c.lines) {
+            char line[16];
+            EXPECT_EQ(file.BufferedReadLine(line, c.lineSize), count);
+            EXPECT_EQ(std::string(line), text);
+        }
+        char line[1];
+        EXPECT_EQ(file.BufferedReadLine(line, 0), 0);
+    }
 }
 
 TEST_F(BufferedFileTest, PreviewShowsBytesWithoutConsumingThem)
 {
-    WriteWholeFile(Path(), std::string("0123456789ABCDEF"));
-    BufferedFile file(Path().c_str(), B_READ_ONLY, 8);
+    BufferedFile& file = Open(std::string("0123456789ABCDEF"), B_READ_ONLY, 8);
     char peek[9] = {};
-
     // Nothing has been read yet, so there is nothing to show.
     EXPECT_EQ(file.BufferedPreview(peek, 4), 0);
     EXPECT_EQ(file.BufferedPreview(peek, 9), 0);
@@ -311,12 +251,10 @@ TEST_F(BufferedFileTest, PreviewShowsBytesWithoutConsumingThem)
     ASSERT_EQ(file.BufferedRead(got, 2), 2);
     ASSERT_EQ(file.BufferedPreview(peek, 3), 3);
     EXPECT_EQ(std::string(peek, 3), "234");
-
     // Fewer unread bytes than asked: the buffer is refilled behind them.
     ASSERT_EQ(file.BufferedRead(got, 4), 4);
     ASSERT_EQ(file.BufferedPreview(peek, 5), 5);
     EXPECT_EQ(std::string(peek, 5), "6789A");
-
     ASSERT_EQ(file.BufferedRead(got, 16), 10);
     EXPECT_EQ(std::string(got, 10), "6789ABCDEF");
 }
