@@ -5,11 +5,14 @@
 #include <bit>
 #include <cstring>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "StorageTestSupport.h"
 
 namespace {
+
+using Bytes = std::vector<uint8_t>;
 
 static_assert(std::endian::native == std::endian::little,
               "these tests describe files as a little-endian host sees them");
@@ -23,21 +26,28 @@ protected:
     ScratchDir fDir;
 };
 
-TEST_F(EndianIndependentFileTest, NewFileRecordsTheHostOrder)
+TEST_F(EndianIndependentFileTest, NewAndErasedFilesRecordTheHostOrder)
 {
-    {
-        EndianIndependentFile file(Path().c_str(), B_WRITE_ONLY | B_CREATE_FILE, 1024);
+    WriteWholeFile(Path("erased"), Bytes{0x01, 0x00, 0x00, 0x00, 0x05});
+    // A new file written only, and an erased big-endian one; opened by
+    // folder and leaf.
+    const std::pair<const char*, uint32_t> cases[] = {{"set", B_WRITE_ONLY | B_CREATE_FILE},
+                                                      {"erased", B_READ_WRITE | B_ERASE_FILE}};
+    for (const auto& [leaf, mode] : cases) {
+        EndianIndependentFile file(fDir.Path().c_str(), leaf, mode, 64);
         ASSERT_EQ(file.InitCheck(), B_OK);
         EXPECT_FALSE(file.IsBigEndian());
         EXPECT_TRUE(file.IsNativeEndian());
+        ASSERT_TRUE(file.WriteValue(int32_t(5)));
+        ASSERT_EQ(file.WriteString("x"), B_OK);
         ASSERT_EQ(file.FlushBuffer(), B_OK);
+        EXPECT_EQ(ReadWholeFile(Path(leaf)), (Bytes{0x00, 0x05, 0x00, 0x00, 0x00, 'x', 0x00}));
     }
-    EXPECT_EQ(ReadWholeFile(Path()), std::vector<uint8_t>{0x00});
 }
 
 TEST_F(EndianIndependentFileTest, ReadsABigEndianFile)
 {
-    WriteWholeFile(Path(), std::vector<uint8_t>{
+    WriteWholeFile(Path(), Bytes{
         0x01,                                            // flag: big-endian
         0x00, 0x00, 0x00, 0x05,                          // int32 5
         0xFF, 0xFE,                                      // int16 -2
@@ -55,22 +65,17 @@ TEST_F(EndianIndependentFileTest, ReadsABigEndianFile)
     int64_t i64 = 0;
     float f = 0;
     int8_t i8 = 0;
-    ASSERT_TRUE(file.ReadValue(&i32));
-    ASSERT_TRUE(file.ReadValue(&i16));
-    ASSERT_TRUE(file.ReadValue(&i64));
+    ASSERT_TRUE(file.ReadValue(&i32) && file.ReadValue(&i16) && file.ReadValue(&i64));
     ASSERT_EQ(file.ReadNumber(&f, 4, 1), 1);
     ASSERT_TRUE(file.ReadValue(&i8));
-    EXPECT_EQ(i32, 5);
-    EXPECT_EQ(i16, -2);
-    EXPECT_EQ(i64, (int64_t(1) << 32) + 2);
+    EXPECT_EQ(std::vector<int64_t>({i32, i16, i64, i8}), std::vector<int64_t>({5, -2, (int64_t(1) << 32) + 2, 0x7A}));
     EXPECT_EQ(f, 1.5f);
-    EXPECT_EQ(i8, 0x7A);
     EXPECT_FALSE(file.ReadValue(&i8));
 }
 
 TEST_F(EndianIndependentFileTest, WritingToABigEndianFileSwapsAndRestoresTheCallersData)
 {
-    WriteWholeFile(Path(), std::vector<uint8_t>{0x01});
+    WriteWholeFile(Path(), Bytes{0x01});
     {
         // An existing file opened read-write keeps the order it was written in.
         EndianIndependentFile file(Path().c_str(), B_READ_WRITE, 1024);
@@ -83,7 +88,7 @@ TEST_F(EndianIndependentFileTest, WritingToABigEndianFileSwapsAndRestoresTheCall
         ASSERT_EQ(file.WriteRaw("\x01\x02", 2), 2);
         ASSERT_EQ(file.FlushBuffer(), B_OK);
     }
-    EXPECT_EQ(ReadWholeFile(Path()), (std::vector<uint8_t>{0x01, 0x01, 0x02, 0x03, 0x04, 0xFF,
+    EXPECT_EQ(ReadWholeFile(Path()), (Bytes{0x01, 0x01, 0x02, 0x03, 0x04, 0xFF,
                                                            0xFF, 0xFF, 0x00, 0x01, 0x02}));
 }
 
@@ -96,41 +101,30 @@ TEST_F(EndianIndependentFileTest, NumbersRoundTripInHostOrder)
     uint32_t many[3] = {1, 2, 3};
     {
         EndianIndependentFile file(Path().c_str(), B_WRITE_ONLY | B_CREATE_FILE | B_ERASE_FILE, 16);
-        ASSERT_EQ(file.InitCheck(), B_OK);
-        ASSERT_TRUE(file.WriteValue(i8));
-        ASSERT_TRUE(file.WriteValue(i16));
-        ASSERT_TRUE(file.WriteValue(i32));
-        ASSERT_TRUE(file.WriteValue(i64));
+        ASSERT_TRUE(file.WriteValue(i8) && file.WriteValue(i16) && file.WriteValue(i32) && file.WriteValue(i64));
         ASSERT_EQ(file.WriteNumber(many, 4, 3), 3);
         ASSERT_EQ(file.FlushBuffer(), B_OK);
     }
-    std::vector<uint8_t> bytes = ReadWholeFile(Path());
+    Bytes bytes = ReadWholeFile(Path());
     ASSERT_EQ(bytes.size(), 1u + 1 + 2 + 4 + 8 + 12);
     EXPECT_EQ(bytes[0], 0x00);
     EXPECT_EQ(bytes[2], 0x34);  // least significant byte first
 
     EndianIndependentFile file(Path().c_str(), B_READ_ONLY, 16);
-    ASSERT_EQ(file.InitCheck(), B_OK);
     int8_t r8;
     int16_t r16;
     int32_t r32;
     int64_t r64;
     uint32_t rmany[3];
-    ASSERT_TRUE(file.ReadValue(&r8));
-    ASSERT_TRUE(file.ReadValue(&r16));
-    ASSERT_TRUE(file.ReadValue(&r32));
-    ASSERT_TRUE(file.ReadValue(&r64));
+    ASSERT_TRUE(file.ReadValue(&r8) && file.ReadValue(&r16) && file.ReadValue(&r32) && file.ReadValue(&r64));
     ASSERT_EQ(file.ReadNumber(rmany, 4, 3), 3);
-    EXPECT_EQ(r8, i8);
-    EXPECT_EQ(r16, i16);
-    EXPECT_EQ(r32, i32);
-    EXPECT_EQ(r64, i64);
+    EXPECT_EQ(std::vector<int64_t>({r8, r16, r32, r64}), std::vector<int64_t>({i8, i16, i32, i64}));
     EXPECT_EQ(std::memcmp(rmany, many, sizeof many), 0);
 }
 
 TEST_F(EndianIndependentFileTest, PartlyReadNumberIsNotCounted)
 {
-    WriteWholeFile(Path(), std::vector<uint8_t>{0x01, 0, 0, 0, 9, 0xAA, 0xBB});
+    WriteWholeFile(Path(), Bytes{0x01, 0, 0, 0, 9, 0xAA, 0xBB});
     EndianIndependentFile file(Path().c_str(), B_READ_ONLY, 1024);
     int32_t values[2] = {0, 0};
     EXPECT_EQ(file.ReadNumber(values, 4, 2), 1);
@@ -156,7 +150,7 @@ TEST_F(EndianIndependentFileTest, OnlyNumberSizesAreAccepted)
 
 TEST_F(EndianIndependentFileTest, FlagByteMustBeReadableOrWritable)
 {
-    WriteWholeFile(Path("empty"), std::vector<uint8_t>{});
+    WriteWholeFile(Path("empty"), Bytes{});
     EndianIndependentFile empty(Path("empty").c_str(), B_READ_ONLY, 1024);
     EXPECT_EQ(empty.InitCheck(), B_FILE_ERROR);
 
@@ -169,19 +163,6 @@ TEST_F(EndianIndependentFileTest, FlagByteMustBeReadableOrWritable)
     EXPECT_FALSE(readWrite.IsBigEndian());
 }
 
-TEST_F(EndianIndependentFileTest, ErasingGivesTheHostOrder)
-{
-    WriteWholeFile(Path(), std::vector<uint8_t>{0x01, 0x00, 0x00, 0x00, 0x05});
-    {
-        EndianIndependentFile file(Path().c_str(), B_READ_WRITE | B_ERASE_FILE, 64);
-        ASSERT_EQ(file.InitCheck(), B_OK);
-        EXPECT_TRUE(file.IsNativeEndian());
-        ASSERT_TRUE(file.WriteValue(int32_t(5)));
-        ASSERT_EQ(file.FlushBuffer(), B_OK);
-    }
-    EXPECT_EQ(ReadWholeFile(Path()), (std::vector<uint8_t>{0x00, 0x05, 0x00, 0x00, 0x00}));
-}
-
 TEST_F(EndianIndependentFileTest, StringsEndInAZeroByte)
 {
     {
@@ -192,7 +173,7 @@ TEST_F(EndianIndependentFileTest, StringsEndInAZeroByte)
         ASSERT_EQ(file.WriteRaw("tail", 4), 4);
         ASSERT_EQ(file.FlushBuffer(), B_OK);
     }
-    std::vector<uint8_t> bytes = ReadWholeFile(Path());
+    Bytes bytes = ReadWholeFile(Path());
     ASSERT_EQ(bytes.size(), 1u + 1 + 8 + 11 + 4);
     EXPECT_EQ(bytes[1], 0);
 
@@ -217,7 +198,7 @@ TEST_F(EndianIndependentFileTest, StringsEndInAZeroByte)
 
 TEST_F(EndianIndependentFileTest, PositionsStartAfterTheFlagByte)
 {
-    WriteWholeFile(Path(), std::vector<uint8_t>{0x00, 'a', 'b', 'c', 'd', 'e', 'f'});
+    WriteWholeFile(Path(), Bytes{0x00, 'a', 'b', 'c', 'd', 'e', 'f'});
     EndianIndependentFile file(Path().c_str(), B_READ_WRITE, 1024);
     ASSERT_EQ(file.InitCheck(), B_OK);
 
@@ -240,29 +221,15 @@ TEST_F(EndianIndependentFileTest, PositionsStartAfterTheFlagByte)
     EXPECT_EQ(std::memcmp(at, "de", 2), 0);
     ASSERT_EQ(file.WriteAt(0, "A", 1), 1);
     ASSERT_EQ(file.SetSize(3), B_OK);
-    EXPECT_EQ(ReadWholeFile(Path()), (std::vector<uint8_t>{0x00, 'A', 'b', 'c'}));
-}
+    EXPECT_EQ(ReadWholeFile(Path()), (Bytes{0x00, 'A', 'b', 'c'}));
 
-TEST_F(EndianIndependentFileTest, FreshFileSeekToStart)
-{
-    EndianIndependentFile file(Path().c_str(), B_READ_WRITE | B_CREATE_FILE, 1024);
-    ASSERT_EQ(file.InitCheck(), B_OK);
-    ASSERT_TRUE(file.WriteValue(int32_t(42)));
-    EXPECT_EQ(file.Seek(0, 0), 0);
+    // In a new file, the start is just after the flag too.
+    EndianIndependentFile fresh(Path("fresh").c_str(), B_READ_WRITE | B_CREATE_FILE, 1024);
+    ASSERT_TRUE(fresh.WriteValue(int32_t(42)));
+    EXPECT_EQ(fresh.Seek(0, 0), 0);
     int32_t value = 0;
-    ASSERT_TRUE(file.ReadValue(&value));
+    ASSERT_TRUE(fresh.ReadValue(&value));
     EXPECT_EQ(value, 42);
-}
-
-TEST_F(EndianIndependentFileTest, DirectoryAndLeafForm)
-{
-    {
-        EndianIndependentFile file(fDir.Path().c_str(), "leaf", B_WRITE_ONLY | B_CREATE_FILE, 64);
-        ASSERT_EQ(file.InitCheck(), B_OK);
-        ASSERT_EQ(file.WriteString("x"), B_OK);
-        ASSERT_EQ(file.FlushBuffer(), B_OK);
-    }
-    EXPECT_EQ(ReadWholeFile(Path("leaf")), (std::vector<uint8_t>{0x00, 'x', 0x00}));
 }
 
 }  // namespace
