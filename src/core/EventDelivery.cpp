@@ -234,10 +234,14 @@ void Event::DealWithEvent(bool checkMissed)
     bool posted = false;
 
     if (Status == WaitingForPrewarning) {
-        if (now < ActualEventTime)
+        if (now < ActualEventTime) {
             deliver = true;
-        else
-            Status = WaitingForEvent;  // the event itself is due: deal with it now
+        } else {
+            // The event itself is due: deal with it now. Its nagging counts
+            // from the event's time, not from the prewarning's.
+            Status = WaitingForEvent;
+            NextEventTime = ActualEventTime;
+        }
     }
 
     if (Status == WaitingForEvent) {

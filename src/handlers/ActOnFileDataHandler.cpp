@@ -9,8 +9,8 @@
 #include "calvorin/AddOn.h"
 #include "calvorin/Event.h"
 #include "core/ErrorReporting.h"
-#include "handlers/FileLauncher.h"
 #include "handlers/EventLock.h"
+#include "handlers/FileLauncher.h"
 #include "handlers/HandlerRecord.h"
 #include "handlers/VerifiedTextRecord.h"
 

@@ -7,6 +7,7 @@
 #include <fstream>
 #include <sstream>
 #include <sys/stat.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
 #include "platform/XdgDirectories.h"
@@ -51,6 +52,25 @@ bool LooksLikeText(const std::string& path)
             return false;
     }
     return true;
+}
+
+// The type recorded on the file itself (the user.mime_type extended
+// attribute, as Calvorin writes it on its event sets); "" when none.
+std::string RecordedType(const std::string& path)
+{
+    char buffer[256];
+    ssize_t length = getxattr(path.c_str(), "user.mime_type", buffer, sizeof buffer - 1);
+    if (length <= 0)
+        return "";
+    std::string type(buffer, size_t(length));
+    while (!type.empty() && type.back() == '\0')
+        type.pop_back();
+    // Only something of the form "media/subtype" counts.
+    size_t slash = type.find('/');
+    if (slash == std::string::npos || slash == 0 || slash + 1 == type.size() ||
+        type.find_first_of(" \t\n;") != std::string::npos)
+        return "";
+    return type;
 }
 
 }  // namespace
@@ -136,8 +156,11 @@ std::string MimeDatabase::TypeOfFile(const std::string& path) const
     struct stat info;
     if (stat(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode))
         return "inode/directory";
+    std::string type = RecordedType(path);
+    if (!type.empty())
+        return type;
     size_t slash = path.rfind('/');
-    std::string type = TypeOfName(slash == std::string::npos ? path : path.substr(slash + 1));
+    type = TypeOfName(slash == std::string::npos ? path : path.substr(slash + 1));
     if (!type.empty())
         return type;
     return LooksLikeText(path) ? "text/plain" : "application/octet-stream";

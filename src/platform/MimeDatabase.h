@@ -1,7 +1,8 @@
-// The MIME type of a file as the shared-mime-info database names it: by
-// the file name's glob patterns (the globs2 files), with a small look at the
-// contents when no pattern matches (text or not; no magic rules), and the
-// parent types a type inherits from (the subclasses files).
+// The MIME type of a file: the type recorded on the file (user.mime_type),
+// else as the shared-mime-info database names it by the file name's glob
+// patterns (the globs2 files), with a small look at the contents when no
+// pattern matches (text or not; no magic rules); and the parent types a
+// type inherits from (the subclasses files).
 #pragma once
 
 #include <map>
@@ -17,7 +18,8 @@ public:
     // The folders $XDG_DATA_HOME/mime, then each $XDG_DATA_DIRS/mime.
     static MimeDatabase ForUser();
 
-    // "inode/directory" for a folder; the best glob match of the name; else
+    // "inode/directory" for a folder; the type recorded on the file; the
+    // best glob match of the name; else
     // "text/plain" for a file that reads as text (an empty one included),
     // "application/octet-stream" for anything else.
     std::string TypeOfFile(const std::string& path) const;

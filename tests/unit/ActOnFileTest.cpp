@@ -8,6 +8,7 @@
 #include <memory>
 #include <string>
 #include <sys/stat.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 #include <vector>
 
@@ -218,6 +219,14 @@ TEST_F(DefaultApplicationTest, TypeOfFile)
         EXPECT_EQ(mime.TypeOfFile(fRoot / c.leaf), c.type) << c.leaf;
     }
     EXPECT_EQ(mime.TypeOfFile(fRoot.Path()), "inode/directory");
+
+    // The type recorded on the file comes before its name.
+    const std::string set = fRoot / "Birthdays.txt";
+    WriteFile(set, "");
+    const char type[] = "application/x-vnd.QZ-CalvorinEventSet";
+    if (setxattr(set.c_str(), "user.mime_type", type, sizeof type - 1, 0) != 0)
+        GTEST_SKIP() << "no user extended attributes on this file system";
+    EXPECT_EQ(mime.TypeOfFile(set), type);
 }
 
 TEST_F(DefaultApplicationTest, LauncherCommand)

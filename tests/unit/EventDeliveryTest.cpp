@@ -191,14 +191,17 @@ TEST_F(EventDeliveryTest, PrewarningWhoseEventHasComeRunsTheHandlerWithoutTheLoc
 {
     Raw().Status() = WaitingForPrewarning;
     Raw().ActualEventTime() = Raw().EventTime() = kNow - 10;
-    Raw().NextEventTime() = kNow - kHour;
+    Raw().NextEventTime() = kNow - kHour + 20;
+    Raw().ApplyNag() = true;
+    Raw().NagRepeatTime() = 1;
+    Raw().NagRepeatType() = Hours;
     Deliver();
     EXPECT_EQ(fPort.CountShown(), 0u);
     EXPECT_EQ(fHandler->missedFlags, std::vector<bool>{false});
     EXPECT_EQ(fHandler->lockHeld, std::vector<bool>{false});
-    // A "Once" event that has happened is done with.
-    EXPECT_EQ(fEvent->GetStatus(), DoneWithEvent);
-    EXPECT_EQ(fEvent->GetNextEventTime(), 0);
+    // The first nag is one interval after the event, not after the prewarning.
+    EXPECT_EQ(fEvent->GetStatus(), WaitingToNag);
+    EXPECT_EQ(fEvent->GetNextEventTime(), kNow - 10 + kHour);
 }
 
 TEST_F(EventDeliveryTest, MissedRuleAtStartUp)
