@@ -121,6 +121,21 @@ protected:
         fInbox.Push(message);
         EXPECT_TRUE(fDaemon.RunOnce(0));
     }
+    // Sets the clock and lets the timer ring.
+    void Ring(int64_t now, WakeUpTimer::Event event = WakeUpTimer::Event::kExpired)
+    {
+        fClock.Set(now);
+        fTimer.Ring(event);
+        EXPECT_TRUE(fDaemon.RunOnce(0));
+    }
+    // The time held, the time the timer is armed for, and the deliveries so far.
+    void ExpectState(std::optional<int32_t> held, std::optional<int64_t> armed, int deliveries, int line)
+    {
+        SCOPED_TRACE("state checked at line " + std::to_string(line));
+        EXPECT_EQ(fDaemon.WakeUpTime(), held);
+        EXPECT_EQ(fTimer.armedFor, armed);
+        EXPECT_EQ(fDeliveries, deliveries);
+    }
 
     FixedClock fClock;
     FakeTimer fTimer;
@@ -129,78 +144,57 @@ protected:
     CompanionDaemon fDaemon;
 };
 
+#define EXPECT_STATE(held, armed, deliveries) ExpectState(held, armed, deliveries, __LINE__)
+const std::nullopt_t kNone = std::nullopt;
+
 TEST_F(CompanionDaemonTest, DeliversWhenTheHeldTimeComes)
 {
     Send(NextEvent(1500));
-    EXPECT_EQ(fDaemon.WakeUpTime(), 1500);
-    EXPECT_EQ(fTimer.armedFor, 1500);
-    EXPECT_EQ(fDeliveries, 0);
-
-    fClock.Set(1500);
-    fTimer.Ring();
-    EXPECT_TRUE(fDaemon.RunOnce(0));
-    EXPECT_EQ(fDeliveries, 1);
+    EXPECT_STATE(1500, 1500, 0);
+    Ring(1500);
     // The time is used up until the application hands over the next one.
-    EXPECT_EQ(fDaemon.WakeUpTime(), std::nullopt);
-    EXPECT_EQ(fTimer.armedFor, std::nullopt);
-    fTimer.Ring();
-    EXPECT_TRUE(fDaemon.RunOnce(0));
-    EXPECT_EQ(fDeliveries, 1);
+    EXPECT_STATE(kNone, kNone, 1);
+    Ring(1600);
+    EXPECT_STATE(kNone, kNone, 1);
 }
 
 TEST_F(CompanionDaemonTest, NewTimeReplacesTheOldAndNoneClearsIt)
 {
     Send(NextEvent(1500));
     Send(NextEvent(1200));
-    EXPECT_EQ(fDaemon.WakeUpTime(), 1200);
-    EXPECT_EQ(fTimer.armedFor, 1200);
+    EXPECT_STATE(1200, 1200, 0);
     Send(NextEvent(3000));
-    EXPECT_EQ(fTimer.armedFor, 3000);
-
+    EXPECT_STATE(3000, 3000, 0);
     Send(NextEvent(std::nullopt));
-    EXPECT_EQ(fDaemon.WakeUpTime(), std::nullopt);
-    EXPECT_EQ(fTimer.armedFor, std::nullopt);
+    EXPECT_STATE(kNone, kNone, 0);
     // A ring that was already on its way changes nothing.
-    fClock.Set(5000);
-    fTimer.Ring();
-    EXPECT_TRUE(fDaemon.RunOnce(0));
-    EXPECT_EQ(fDeliveries, 0);
+    Ring(5000);
+    EXPECT_STATE(kNone, kNone, 0);
 }
 
 TEST_F(CompanionDaemonTest, TimeAlreadyComeIsDeliveredAtOnce)
 {
     Send(NextEvent(999));
-    EXPECT_EQ(fDeliveries, 1);
-    EXPECT_EQ(fDaemon.WakeUpTime(), std::nullopt);
-    EXPECT_EQ(fTimer.armedFor, std::nullopt);
-    // The current second counts as come.
-    Send(NextEvent(1000));
-    EXPECT_EQ(fDeliveries, 2);
+    EXPECT_STATE(kNone, kNone, 1);
+    Send(NextEvent(1000));  // the current second counts as come
+    EXPECT_STATE(kNone, kNone, 2);
     Send(NextEvent(1001));
-    EXPECT_EQ(fDeliveries, 2);
+    EXPECT_STATE(1001, 1001, 2);
 }
 
 TEST_F(CompanionDaemonTest, ClockChangesAreCheckedAgain)
 {
     Send(NextEvent(1500));
     // The clock is set back: nothing is due, the timer is armed again.
-    fClock.Set(500);
     fTimer.armedFor.reset();
-    fTimer.Ring(WakeUpTimer::Event::kClockChanged);
-    EXPECT_TRUE(fDaemon.RunOnce(0));
-    EXPECT_EQ(fDeliveries, 0);
-    EXPECT_EQ(fTimer.armedFor, 1500);
+    Ring(500, WakeUpTimer::Event::kClockChanged);
+    EXPECT_STATE(1500, 1500, 0);
     // A ring before the time (the clock disagrees) delivers nothing.
-    fClock.Set(1499);
-    fTimer.Ring();
-    EXPECT_TRUE(fDaemon.RunOnce(0));
-    EXPECT_EQ(fDeliveries, 0);
-    EXPECT_EQ(fDaemon.WakeUpTime(), 1500);
+    Ring(1499);
+    EXPECT_STATE(1500, 1500, 0);
     // The clock is set forward past the time: delivered at once.
-    fClock.Set(2000);
-    fTimer.Ring(WakeUpTimer::Event::kClockChanged);
-    EXPECT_TRUE(fDaemon.RunOnce(0));
-    EXPECT_EQ(fDeliveries, 1);
+    Ring(2000, WakeUpTimer::Event::kClockChanged);
+    EXPECT_STATE(kNone, kNone, 1);
 }
 
 TEST_F(CompanionDaemonTest, StatusTellsTheTimeAndThePid)
