@@ -5,8 +5,9 @@
 // action.
 //
 // The caller holds the set's lock. It is let go while an alert waits for
-// the user and while the handler runs, so that windows keep working; the
-// code after them works on whatever state it then finds.
+// the user and while the handler runs, so that windows keep working. An
+// edit made meanwhile that changes the event's status or times has already
+// set its next action; the delivery then only ends its step.
 //
 // Intervals that cannot advance. A prewarning repeat of 0 units (or of an
 // unknown unit) leaves the event waiting for the event itself, as the
@@ -278,6 +279,11 @@ void Event::DealWithEvent(bool checkMissed)
         return;
     }
 
+    // What the delivered action was; an edit while the lock is let go
+    // re-evaluates the event and changes it.
+    const EventStatus status = Status;
+    const int32_t actual = ActualEventTime;
+    const int32_t next = NextEventTime;
     switch (Status) {
         case WaitingForPrewarning:
             DeliverPrewarnMessage();
@@ -293,6 +299,16 @@ void Event::DealWithEvent(bool checkMissed)
             break;
         default:
             break;
+    }
+    if (Status != status || ActualEventTime != actual || NextEventTime != next) {
+        // The user changed the event while its alert was open or its handler
+        // ran, and that set its next action afresh: stepping on from the
+        // delivered action now would skip (or delete) what the edit set up.
+        // An answer given to the replaced action goes with it.
+        SkipPrewarn = false;
+        SkipNag = false;
+        PostToApplication(kDeliveryStepDone);
+        return;
     }
     EventDelivered();
 }

@@ -3,6 +3,7 @@
 // once delivered, and the prewarning and nag texts.
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -39,15 +40,21 @@ public:
 };
 
 // Answers from a script and notes whether the set was locked meanwhile.
+// Can also act as the user editing the event while the alert is open.
 class LockWatchingPort : public ScriptedAlertPort {
 public:
     explicit LockWatchingPort(Locker* lock) : fLock(lock) {}
     int Go(const AlertRequest& request) override
     {
         lockedDuringAlert.push_back(fLock->IsLocked());
+        if (whileOpen) {
+            Autolock hold(fLock);
+            whileOpen();
+        }
         return ScriptedAlertPort::Go(request);
     }
     std::vector<bool> lockedDuringAlert;
+    std::function<void()> whileOpen;
 
 private:
     Locker* fLock;
@@ -381,6 +388,24 @@ TEST_F(EventDeliveryTest, DeletedOnceDeliveredAfterItsEditorCloses)
     EXPECT_GE(fOwner.setModified, 1);
     EXPECT_EQ(fApp.posted, std::vector<uint32_t>{kDeliveryStepDone});
     fEvent = nullptr;  // gone
+}
+
+TEST_F(EventDeliveryTest, AnEditDuringThePrewarningIsNotSteppedOver)
+{
+    Raw().Status() = WaitingForPrewarning;
+    Raw().ApplyPrewarn() = true;
+    Raw().PrewarnTime() = 1;
+    Raw().PrewarnType() = Hours;
+    Raw().NextEventTime() = kNow;
+    Raw().DeleteOnceDelivered() = true;
+    fPort.whileOpen = [this] { fEvent->SetApplyPrewarn(false); };
+    fPort.Answer(0);  // No more prewarnings, for the prewarning the edit removed
+    Deliver();
+    EXPECT_EQ(fOwner.removed, 0);
+    EXPECT_EQ(fEvent->GetStatus(), WaitingForEvent);
+    EXPECT_EQ(fEvent->GetNextEventTime(), kNow + kHour);
+    EXPECT_FALSE(fEvent->GetSkipPrewarn());
+    EXPECT_TRUE(fHandler->missedFlags.empty());
 }
 
 TEST_F(EventDeliveryTest, DoneWithEventDeliversNothing)
