@@ -7,13 +7,15 @@
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 
-#include <cstdlib>
+#include <algorithm>
 #include <filesystem>
 #include <memory>
 #include <mutex>
 #include <string>
+#include <utility>
 #include <vector>
 
+#include "PlatformTestSupport.h"
 #include "StorageTestSupport.h"
 #include "TestOwner.h"
 #include "core/AlertPort.h"
@@ -28,19 +30,10 @@ namespace {
 std::mutex gAddOnEventsLock;
 std::vector<std::string> gAddOnEvents;
 
-std::vector<std::string> AddOnEvents()
-{
-    std::lock_guard<std::mutex> lock(gAddOnEventsLock);
-    return gAddOnEvents;
-}
-
 bool Happened(const std::string& what)
 {
-    for (const std::string& event : AddOnEvents()) {
-        if (event == what)
-            return true;
-    }
-    return false;
+    std::lock_guard<std::mutex> lock(gAddOnEventsLock);
+    return std::find(gAddOnEvents.begin(), gAddOnEvents.end(), what) != gAddOnEvents.end();
 }
 
 }  // namespace
@@ -83,24 +76,15 @@ protected:
     {
         ASSERT_TRUE(fApp.Valid());
         ASSERT_TRUE(fData.Valid());
-        fSavedFolder = GetApplicationFolder();
-        if (const char* dataHome = std::getenv("XDG_DATA_HOME"))
-            fSavedDataHome = std::make_unique<std::string>(dataHome);
-        setenv("XDG_DATA_HOME", fData.Path().c_str(), 1);
         SetApplicationFolder(fApp.Path());
         std::lock_guard<std::mutex> lock(gAddOnEventsLock);
         gAddOnEvents.clear();
     }
-
     void TearDown() override
     {
         // Unloads whatever the test loaded and leaves the built-ins in place.
         LoadBuiltInHandlers();
         SetApplicationFolder(fSavedFolder);
-        if (fSavedDataHome)
-            setenv("XDG_DATA_HOME", fSavedDataHome->c_str(), 1);
-        else
-            unsetenv("XDG_DATA_HOME");
     }
 
     std::string AppAddOns() const { return fApp.Path() + "/add-ons"; }
@@ -135,10 +119,10 @@ protected:
 
     ScratchDir fApp;
     ScratchDir fData;
+    ScopedEnvironment fDataHome{"XDG_DATA_HOME", fData.Path().c_str()};
     ScriptedAlertPort fPort;
     ScopedAlertPort fScope{&fPort};
-    std::string fSavedFolder;
-    std::unique_ptr<std::string> fSavedDataHome;
+    const std::string fSavedFolder = GetApplicationFolder();
 };
 
 TEST_F(HandlerRegistryTest, WithoutAddOnFoldersOnlyTheBuiltInsAreThere)
@@ -146,32 +130,33 @@ TEST_F(HandlerRegistryTest, WithoutAddOnFoldersOnlyTheBuiltInsAreThere)
     LoadEventHandlers();
     EXPECT_EQ(Names(), (std::vector<std::string>{"Unknown", "Do nothing", "Message", "Command",
                                                  "Act on file"}));
-    EXPECT_EQ(Function_NewAddOnData[kUnknownHandler], &DefHandUnknown_NewAddOnData);
-    EXPECT_EQ(Function_NewAddOnData[kDoNothingHandler], &DefHandDoNothing_NewAddOnData);
-    EXPECT_EQ(Function_NewAddOnData[kMessageHandler], &DefHandMessage_NewAddOnData);
-    EXPECT_EQ(Function_NewAddOnData[kCommandHandler], &DefHandCommand_NewAddOnData);
-    EXPECT_EQ(Function_NewAddOnData[kActOnFileHandler], &DefHandActOnFile_NewAddOnData);
+    const NewAddOnDataFunction factories[] = {DefHandUnknown_NewAddOnData, DefHandDoNothing_NewAddOnData,
+                                              DefHandMessage_NewAddOnData, DefHandCommand_NewAddOnData,
+                                              DefHandActOnFile_NewAddOnData};
+    for (int32_t i = 0; i < kFirstAddOnHandler; i++)
+        EXPECT_EQ(Function_NewAddOnData[i], factories[i]) << AddOnNames[i];
     EXPECT_TRUE(Reports().empty());
+
+    // Lookup by name is exact and case-sensitive; no match is the Unknown handler.
+    const std::pair<const char*, int32_t> lookups[] = {
+        {"Unknown", kUnknownHandler}, {"Do nothing", kDoNothingHandler}, {"Message", kMessageHandler},
+        {"Command", kCommandHandler}, {"Act on file", kActOnFileHandler}, {"message", kUnknownHandler},
+        {"Message ", kUnknownHandler}, {"Spoken reminder", kUnknownHandler}, {"", kUnknownHandler},
+        {nullptr, kUnknownHandler}};
+    for (const auto& [name, index] : lookups)
+        EXPECT_EQ(FindHandlerByName(name), index) << (name ? name : "null");
 }
 
 TEST_F(HandlerRegistryTest, AddOnFoldersAreTheApplicationsThenTheUsers)
 {
     EXPECT_EQ(AddOnFolders(), (std::vector<std::string>{AppAddOns(), UserAddOns()}));
-
     // Without $XDG_DATA_HOME (or with a relative one) the user's folder is
     // under ~/.local/share.
-    std::unique_ptr<std::string> home;
-    if (const char* value = std::getenv("HOME"))
-        home = std::make_unique<std::string>(value);
-    setenv("HOME", "/home/somebody", 1);
-    setenv("XDG_DATA_HOME", "relative/data", 1);
-    EXPECT_EQ(UserAddOnFolder(), "/home/somebody/.local/share/calvorin/add-ons");
-    unsetenv("XDG_DATA_HOME");
-    EXPECT_EQ(UserAddOnFolder(), "/home/somebody/.local/share/calvorin/add-ons");
-    if (home)
-        setenv("HOME", home->c_str(), 1);
-    else
-        unsetenv("HOME");
+    ScopedEnvironment home("HOME", "/home/somebody");
+    for (const char* dataHome : {"relative/data", static_cast<const char*>(nullptr)}) {
+        ScopedEnvironment data("XDG_DATA_HOME", dataHome);
+        EXPECT_EQ(UserAddOnFolder(), "/home/somebody/.local/share/calvorin/add-ons");
+    }
 }
 
 TEST_F(HandlerRegistryTest, AddOnsFollowTheBuiltInsApplicationFolderFirst)
@@ -271,21 +256,6 @@ TEST_F(HandlerRegistryTest, OfTwoHandlersWithOneNameTheLowerIndexWins)
     EXPECT_FALSE(Happened("factory:duplicate_second"));
     // An add-on named like a built-in is listed but never found by name.
     EXPECT_EQ(FindHandlerByName("Message"), kMessageHandler);
-}
-
-TEST_F(HandlerRegistryTest, LookupIsExactAndCaseSensitive)
-{
-    LoadBuiltInHandlers();
-    EXPECT_EQ(FindHandlerByName("Unknown"), kUnknownHandler);
-    EXPECT_EQ(FindHandlerByName("Do nothing"), kDoNothingHandler);
-    EXPECT_EQ(FindHandlerByName("Message"), kMessageHandler);
-    EXPECT_EQ(FindHandlerByName("Command"), kCommandHandler);
-    EXPECT_EQ(FindHandlerByName("Act on file"), kActOnFileHandler);
-    EXPECT_EQ(FindHandlerByName("message"), kUnknownHandler);
-    EXPECT_EQ(FindHandlerByName("Message "), kUnknownHandler);
-    EXPECT_EQ(FindHandlerByName("Spoken reminder"), kUnknownHandler);
-    EXPECT_EQ(FindHandlerByName(""), kUnknownHandler);
-    EXPECT_EQ(FindHandlerByName(nullptr), kUnknownHandler);
 }
 
 TEST_F(HandlerRegistryTest, NoMoreThan127HandlersAreRegistered)
