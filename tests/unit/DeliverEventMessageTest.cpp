@@ -67,38 +67,24 @@ protected:
 
 TEST_F(DeliverEventMessageTest, TextRunsFromTheNameStraightIntoTheCallersPieces)
 {
-    int result = DeliverEventMessage(fEvent.get(), false, "\n\n", "Bring ", nullptr, "the forms",
-                                     nullptr, "OK", nullptr);
-    EXPECT_EQ(result, 0);
-    const AlertRequest& alert = OnlyAlert();
-    EXPECT_EQ(alert.text, "Calvorin event:  Dentist\n\nBring the forms");
-    EXPECT_EQ(alert.title, "");
-    EXPECT_EQ(alert.buttons, std::vector<std::string>{"OK"});
-    EXPECT_EQ(alert.kind, AlertKind::Information);
-    EXPECT_EQ(fPort.lockedDuringAlert, std::vector<bool>{false});
-}
-
-TEST_F(DeliverEventMessageTest, AnEventWithoutANameShowsOnlyThePrefix)
-{
-    fEvent->SetName("");
-    DeliverEventMessage(fEvent.get(), false, "\n\nx", nullptr, nullptr, nullptr, nullptr, "OK",
-                        nullptr);
-    EXPECT_EQ(OnlyAlert().text, "Calvorin event:  \n\nx");
-}
-
-TEST_F(DeliverEventMessageTest, TwoButtonsInOrderAndTheAnswerIsTheirIndex)
-{
-    fPort.Answer(0);
-    EXPECT_EQ(DeliverEventMessage(fEvent.get(), false, "a", nullptr, nullptr, nullptr, nullptr,
-                                  "Cancel", "OK"),
+    EXPECT_EQ(DeliverEventMessage(fEvent.get(), false, "\n\n", "Bring ", nullptr, "the forms",
+                                  nullptr, "OK", nullptr),
               0);
+    fEvent->SetName("");  // without a name, only the prefix
     fPort.Answer(1);
-    EXPECT_EQ(DeliverEventMessage(fEvent.get(), false, "a", nullptr, nullptr, nullptr, nullptr,
+    EXPECT_EQ(DeliverEventMessage(fEvent.get(), false, "\n\nx", nullptr, nullptr, nullptr, nullptr,
                                   "Cancel", "OK"),
               1);
-    std::vector<AlertRequest> shown = fPort.Shown();
-    ASSERT_EQ(shown.size(), 2u);
-    EXPECT_EQ(shown[1].buttons, (std::vector<std::string>{"Cancel", "OK"}));
+    fShown = fPort.Shown();
+    ASSERT_EQ(fShown.size(), 2u);
+    EXPECT_EQ(fShown[0].text, "Calvorin event:  Dentist\n\nBring the forms");
+    EXPECT_EQ(fShown[0].title, "");
+    EXPECT_EQ(fShown[0].buttons, std::vector<std::string>{"OK"});
+    EXPECT_EQ(fShown[0].kind, AlertKind::Information);
+    // Two buttons in order; the answer is the index of the one pressed.
+    EXPECT_EQ(fShown[1].text, "Calvorin event:  \n\nx");
+    EXPECT_EQ(fShown[1].buttons, (std::vector<std::string>{"Cancel", "OK"}));
+    EXPECT_EQ(fPort.lockedDuringAlert, (std::vector<bool>{false, false}));
 }
 
 TEST_F(DeliverEventMessageTest, MissedNoteUsesTheTwelveHourClock)
@@ -123,33 +109,27 @@ TEST_F(DeliverEventMessageTest, MissedNoteUsesTheTwelveHourClock)
     }
 }
 
-TEST_F(DeliverEventMessageTest, MessageWithoutNaggingHasOnlyOK)
+TEST_F(DeliverEventMessageTest, MessageOffersDontNagOnlyWhileNagging)
 {
     MessageData()->SetMessage("Bring the forms");
     MessageData()->DealWithEvent(false);
-    const AlertRequest& alert = OnlyAlert();
-    EXPECT_EQ(alert.text, "Calvorin event:  Dentist\n\nBring the forms");
-    EXPECT_EQ(alert.buttons, std::vector<std::string>{"OK"});
     EXPECT_FALSE(fEvent->GetSkipNag());
-}
-
-TEST_F(DeliverEventMessageTest, MessageWithNaggingOffersDontNag)
-{
+    MessageData()->SetMessage(nullptr);  // a null message still leaves the blank line after the name
     fEvent->SetApplyNag(true);
     fPort.Answer(1);
     MessageData()->DealWithEvent(false);
     EXPECT_FALSE(fEvent->GetSkipNag()) << "OK leaves the nagging on";
-
     fPort.Answer(0);
     MessageData()->DealWithEvent(false);
     EXPECT_TRUE(fEvent->GetSkipNag());
 
     std::vector<AlertRequest> shown = fPort.Shown();
-    ASSERT_EQ(shown.size(), 2u);
-    EXPECT_EQ(shown[0].buttons, (std::vector<std::string>{"Don't nag", "OK"}));
-    // A null message still leaves the blank line after the name.
-    EXPECT_EQ(shown[0].text, "Calvorin event:  Dentist\n\n");
-    EXPECT_EQ(fPort.lockedDuringAlert, (std::vector<bool>{false, false}));
+    ASSERT_EQ(shown.size(), 3u);
+    EXPECT_EQ(shown[0].text, "Calvorin event:  Dentist\n\nBring the forms");
+    EXPECT_EQ(shown[0].buttons, std::vector<std::string>{"OK"});
+    EXPECT_EQ(shown[1].buttons, (std::vector<std::string>{"Don't nag", "OK"}));
+    EXPECT_EQ(shown[1].text, "Calvorin event:  Dentist\n\n");
+    EXPECT_EQ(fPort.lockedDuringAlert, (std::vector<bool>{false, false, false}));
 }
 
 TEST_F(DeliverEventMessageTest, UnknownNamesTheMissingHandlerAndItsFolder)
