@@ -6,8 +6,10 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <functional>
 #include <memory>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "TestOwner.h"
@@ -54,14 +56,7 @@ TEST_F(EventAddOnDataTest, OnlyTheLastReleaseLetsTheApplicationGo)
     EXPECT_EQ(CurrentProcessHolds(), 2);
     fData.ProcessDone();
     EXPECT_EQ(gLastHoldReleased, 0);
-    fData.ProcessDone();
-    EXPECT_EQ(CurrentProcessHolds(), 0);
-    EXPECT_EQ(gLastHoldReleased, 1);
-}
-
-TEST_F(EventAddOnDataTest, HoldsFromManyThreadsAreCountedExactly)
-{
-    fData.ProcessHold();  // keeps the count above zero while the threads run
+    // Holds from many threads meanwhile are counted exactly.
     std::vector<std::thread> threads;
     for (int t = 0; t < 8; t++) {
         threads.emplace_back([this] {
@@ -75,8 +70,8 @@ TEST_F(EventAddOnDataTest, HoldsFromManyThreadsAreCountedExactly)
         thread.join();
     EXPECT_EQ(gLastHoldReleased, 0);
     fData.ProcessDone();
-    EXPECT_EQ(gLastHoldReleased, 1);
     EXPECT_EQ(CurrentProcessHolds(), 0);
+    EXPECT_EQ(gLastHoldReleased, 1);
 }
 
 TEST_F(EventAddOnDataTest, DestroyEditViewHandsTheViewOverOnce)
@@ -100,24 +95,23 @@ TEST(BuiltInHandlerSetters, TextMarksTheEventModifiedButVerifyDoesNot)
     EnsureBuiltInHandlers();
     TestOwner owner;
     Event event(&owner);
-
     CommandDataHandler command(&event);
-    owner.ResetCounts();
-    command.SetVerify(true);
-    EXPECT_EQ(owner.setModified, 0);
-    command.SetCommand("ls -l");
-    EXPECT_EQ(owner.setModified, 1);
+    ActOnFileDataHandler actOnFile(&event);
+    const std::vector<std::pair<std::function<void()>, std::function<void()>>> handlers = {
+        {[&] { command.SetVerify(true); }, [&] { command.SetCommand("ls -l"); }},
+        {[&] { actOnFile.SetVerify(true); }, [&] { actOnFile.SetFileName("/home/somebody/notes.txt"); }},
+    };
+    for (const auto& [verify, text] : handlers) {
+        owner.ResetCounts();
+        verify();
+        EXPECT_EQ(owner.setModified, 0);
+        text();
+        EXPECT_EQ(owner.setModified, 1);
+    }
     EXPECT_STREQ(command.GetCommand(), "ls -l");
+    EXPECT_STREQ(actOnFile.GetFileName(), "/home/somebody/notes.txt");
     command.SetCommand("");
     EXPECT_EQ(command.GetCommand(), nullptr);
-
-    ActOnFileDataHandler actOnFile(&event);
-    owner.ResetCounts();
-    actOnFile.SetVerify(true);
-    EXPECT_EQ(owner.setModified, 0);
-    actOnFile.SetFileName("/home/somebody/notes.txt");
-    EXPECT_EQ(owner.setModified, 1);
-    EXPECT_STREQ(actOnFile.GetFileName(), "/home/somebody/notes.txt");
 }
 
 }  // namespace
