@@ -22,6 +22,7 @@
 #include <vector>
 
 #include "PlatformTestSupport.h"
+#include "StorageTestSupport.h"
 #include "core/Message.h"
 #include "platform/FramedSocket.h"
 #include "platform/LaunchMessage.h"
@@ -36,10 +37,8 @@ constexpr uint32_t kTestWhat = MakeTypeCode('T', 'e', 's', 't');
 
 std::string ReadFile(const std::string& path)
 {
-    std::ifstream in(path, std::ios::binary);
-    std::stringstream content;
-    content << in.rdbuf();
-    return content.str();
+    const std::vector<uint8_t> bytes = ReadWholeFile(path);
+    return std::string(bytes.begin(), bytes.end());
 }
 
 bool FileExists(const std::string& path)
@@ -48,17 +47,24 @@ bool FileExists(const std::string& path)
     return stat(path.c_str(), &info) == 0;
 }
 
-int ConnectTo(const std::string& path)
+// A socket at path: bound, or (connect) connected to a listener there.
+int UnixSocket(const std::string& path, bool connectIt)
 {
     int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
     sockaddr_un address = {};
     address.sun_family = AF_UNIX;
     std::snprintf(address.sun_path, sizeof(address.sun_path), "%s", path.c_str());
-    if (connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof(address)) != 0) {
+    auto* where = reinterpret_cast<sockaddr*>(&address);
+    if ((connectIt ? connect(fd, where, sizeof(address)) : bind(fd, where, sizeof(address))) != 0) {
         close(fd);
         return -1;
     }
     return fd;
+}
+
+int ConnectTo(const std::string& path)
+{
+    return UnixSocket(path, true);
 }
 
 void SendRaw(int fd, const std::vector<uint8_t>& bytes)
@@ -178,40 +184,26 @@ TEST_F(RosterTest, OneInstancePerSignature)
     EXPECT_EQ(second.Start(kSignature), B_OK);
 }
 
-TEST_F(RosterTest, StaleSocketIsReplaced)
+TEST_F(RosterTest, StaleSocketIsReplacedALiveOneIsNot)
 {
     ASSERT_EQ(mkdir((fFolder / "calvorin").c_str(), 0700), 0);
-    // A socket left behind by an instance that died: bound, nobody listens.
-    int dead = socket(AF_UNIX, SOCK_STREAM, 0);
-    sockaddr_un address = {};
-    address.sun_family = AF_UNIX;
-    std::snprintf(address.sun_path, sizeof(address.sun_path), "%s", SocketPath().c_str());
-    ASSERT_EQ(bind(dead, reinterpret_cast<sockaddr*>(&address), sizeof(address)), 0);
-    close(dead);
-    ASSERT_TRUE(FileExists(SocketPath()));
-    EXPECT_EQ(Roster::SendMessage(kSignature, TestMessage()), B_NAME_NOT_FOUND);
-
-    RosterListener listener;
-    ASSERT_EQ(listener.Start(kSignature), B_OK);
-    ASSERT_EQ(Roster::SendMessage(kSignature, TestMessage()), B_OK);
-    Message message;
-    ASSERT_EQ(ReceiveWhenReady(listener, &message), B_OK);
-    ExpectTestMessage(message);
-}
-
-TEST_F(RosterTest, LiveSocketWithoutLockIsNotTakenOver)
-{
-    ASSERT_EQ(mkdir((fFolder / "calvorin").c_str(), 0700), 0);
-    int live = socket(AF_UNIX, SOCK_STREAM, 0);
-    sockaddr_un address = {};
-    address.sun_family = AF_UNIX;
-    std::snprintf(address.sun_path, sizeof(address.sun_path), "%s", SocketPath().c_str());
-    ASSERT_EQ(bind(live, reinterpret_cast<sockaddr*>(&address), sizeof(address)), 0);
+    // A socket that is bound and listened on, without the lock: not taken over.
+    int live = UnixSocket(SocketPath(), false);
+    ASSERT_GE(live, 0);
     ASSERT_EQ(listen(live, 4), 0);
     RosterListener listener;
     EXPECT_EQ(listener.Start(kSignature), B_ALREADY_RUNNING);
     EXPECT_TRUE(FileExists(SocketPath()));
     close(live);
+
+    // A socket left behind by an instance that died: bound, nobody listens.
+    ASSERT_TRUE(FileExists(SocketPath()));
+    EXPECT_EQ(Roster::SendMessage(kSignature, TestMessage()), B_NAME_NOT_FOUND);
+    ASSERT_EQ(listener.Start(kSignature), B_OK);
+    ASSERT_EQ(Roster::SendMessage(kSignature, TestMessage()), B_OK);
+    Message message;
+    ASSERT_EQ(ReceiveWhenReady(listener, &message), B_OK);
+    ExpectTestMessage(message);
 }
 
 TEST_F(RosterTest, MalformedFramesAreRefused)
