@@ -121,14 +121,16 @@ TEST(MessageTest, FlatLayoutIsLittleEndianWithMagicAndLengths)
     EXPECT_EQ(message.Flatten(), expected);
 }
 
-TEST(MessageTest, NameHoldsOneTypeAndSeveralValues)
+TEST(MessageTest, NameHoldsOneTypeAndSeveralValuesInTheOrderOfTheFirst)
 {
     Message message;
-    ASSERT_EQ(message.AddInt32("Time", 1), B_OK);
-    ASSERT_EQ(message.AddInt32("Time", 2), B_OK);
-    ASSERT_EQ(message.AddInt32("Time", 3), B_OK);
+    ASSERT_EQ(message.AddString("Zeta", "z"), B_OK);
+    for (int32_t value : {1, 2, 3})
+        ASSERT_EQ(message.AddInt32("Time", value), B_OK);
     EXPECT_EQ(message.AddString("Time", "noon"), B_BAD_VALUE);
     EXPECT_EQ(message.AddInt8("Time", 4), B_BAD_VALUE);
+    message.AddString("Zeta", "again");
+    message.AddBool("mid", true);
 
     uint32_t type = 0;
     int32_t count = 0;
@@ -136,14 +138,32 @@ TEST(MessageTest, NameHoldsOneTypeAndSeveralValues)
     EXPECT_EQ(type, B_INT32_TYPE);
     EXPECT_EQ(count, 3);
     EXPECT_EQ(message.GetInfo("Other", &type, &count), B_NAME_NOT_FOUND);
+    const char* expected[] = {"Zeta", "Time", "mid"};
+    for (int32_t i = 0; i < 3; i++) {
+        const char* name = nullptr;
+        ASSERT_EQ(message.GetInfo(i, &name, nullptr, nullptr), B_OK);
+        EXPECT_STREQ(name, expected[i]);
+    }
+    ASSERT_EQ(message.GetInfo(0, nullptr, &type, &count), B_OK);
+    EXPECT_EQ(type, B_STRING_TYPE);
+    EXPECT_EQ(count, 2);
+    EXPECT_EQ(message.GetInfo(3, nullptr, nullptr, nullptr), B_BAD_VALUE);
+    EXPECT_EQ(message.GetInfo(-1, nullptr, nullptr, nullptr), B_BAD_VALUE);
+    // A name removed and added again goes to the end.
+    ASSERT_EQ(message.RemoveName("Zeta"), B_OK);
+    message.AddInt8("Zeta", 1);
+    const char* last = nullptr;
+    ASSERT_EQ(message.GetInfo(2, &last, &type, nullptr), B_OK);
+    EXPECT_STREQ(last, "Zeta");
+    EXPECT_EQ(type, B_INT8_TYPE);
 
+    // Out of range, of another type or missing: refused, the fallback given.
     int32_t value = -1;
     ASSERT_EQ(message.FindInt32("Time", &value, 2), B_OK);
     EXPECT_EQ(value, 3);
     EXPECT_EQ(message.FindInt32("Time", &value, 3), B_BAD_VALUE);
     EXPECT_EQ(message.FindInt32("Time", &value, -1), B_BAD_VALUE);
     EXPECT_EQ(value, 3);
-
     const char* text = "unchanged";
     EXPECT_EQ(message.FindString("Time", &text), B_BAD_VALUE);
     EXPECT_EQ(message.FindString("Missing", &text), B_NAME_NOT_FOUND);
@@ -152,36 +172,6 @@ TEST(MessageTest, NameHoldsOneTypeAndSeveralValues)
     EXPECT_EQ(message.GetInt32("Missing", -9), -9);
     EXPECT_FALSE(message.GetRect("Missing").IsValid());
     EXPECT_EQ(message.GetPointer("Time"), nullptr);
-}
-
-TEST(MessageTest, FieldsKeepTheOrderOfTheirFirstValue)
-{
-    Message message;
-    message.AddString("zeta", "z");
-    message.AddInt32("alpha", 1);
-    message.AddString("zeta", "again");
-    message.AddBool("mid", true);
-    const char* expected[] = {"zeta", "alpha", "mid"};
-    for (int32_t i = 0; i < 3; i++) {
-        const char* name = nullptr;
-        ASSERT_EQ(message.GetInfo(i, &name, nullptr, nullptr), B_OK);
-        EXPECT_STREQ(name, expected[i]);
-    }
-    uint32_t type = 0;
-    int32_t count = 0;
-    ASSERT_EQ(message.GetInfo(0, nullptr, &type, &count), B_OK);
-    EXPECT_EQ(type, B_STRING_TYPE);
-    EXPECT_EQ(count, 2);
-    EXPECT_EQ(message.GetInfo(3, nullptr, nullptr, nullptr), B_BAD_VALUE);
-    EXPECT_EQ(message.GetInfo(-1, nullptr, nullptr, nullptr), B_BAD_VALUE);
-
-    // A name removed and added again goes to the end.
-    ASSERT_EQ(message.RemoveName("zeta"), B_OK);
-    message.AddInt8("zeta", 1);
-    const char* last = nullptr;
-    ASSERT_EQ(message.GetInfo(2, &last, &type, nullptr), B_OK);
-    EXPECT_STREQ(last, "zeta");
-    EXPECT_EQ(type, B_INT8_TYPE);
 }
 
 TEST(MessageTest, AddingChecksNamesAndValues)
@@ -208,20 +198,16 @@ TEST(MessageTest, AddingChecksNamesAndValues)
     ASSERT_EQ(message.FindData("empty", B_MIME_TYPE, &data, &size), B_OK);
     EXPECT_EQ(size, 0u);
     EXPECT_EQ(message.FindData("empty", B_RAW_TYPE, &data, &size), B_BAD_VALUE);
-}
 
-TEST(MessageTest, RemovingAndCopying)
-{
-    Message message = EveryKind();
-    Message copy = message;
-    ASSERT_EQ(message.RemoveName("int32"), B_OK);
-    EXPECT_EQ(message.RemoveName("int32"), B_NAME_NOT_FOUND);
-    EXPECT_FALSE(message.HasField("int32"));
-    EXPECT_TRUE(copy.HasField("int32"));
-    EXPECT_EQ(message.CountNames(), 9);
-
+    // Copies are independent; a move takes everything; emptying keeps what.
+    Message every = EveryKind();
+    Message copy = every;
+    ASSERT_EQ(every.RemoveName("int32"), B_OK);
+    EXPECT_EQ(every.RemoveName("int32"), B_NAME_NOT_FOUND);
+    EXPECT_EQ(every.CountNames(), 9);
     Message moved = std::move(copy);
     EXPECT_EQ(moved.CountNames(), 10);
+    EXPECT_TRUE(moved.HasField("int32"));
     moved.MakeEmpty();
     EXPECT_EQ(moved.CountNames(), 0);
     EXPECT_EQ(moved.what, kWhat);
