@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "EventSetTestSupport.h"
 #include "ScopedTimeZone.h"
 #include "TestOwner.h"
 #include "calvorin/Event.h"
@@ -92,35 +93,18 @@ TEST_F(EventTest, NewEventHasTheDefaultsOfTomorrow)
     clock.emplace(LocalTime(2001, 1, 5, 15, 5));  // a Friday
     Event e(&owner);
     const int32_t tomorrow = LocalTime(2001, 1, 6);
-    const struct {
-        const char* field;
-        int64_t got, want;
-    } fields[] = {
-        {"IconNumber", e.GetIconNumber(), 0},         {"NextEventTime", e.GetNextEventTime(), tomorrow},
-        {"ActualEventTime", e.GetActualEventTime(), tomorrow},
-        {"EventTime", e.GetEventTime(), tomorrow},    {"MultiStartTime", e.GetMultiStartTime(), tomorrow},
-        {"Active", e.GetActive(), true},              {"Status", e.GetStatus(), WaitingForEvent},
-        {"PeriodType", e.GetPeriodType(), Once},      {"Multiple", e.GetMultiple(), 2},
-        {"TimingType", e.GetTimingType(), ByDate},    {"SavedTimingType", e.GetSavedTimingType(), ByDate},
-        {"DayOfMonth", e.GetDayOfMonth(), 6},         {"DayOfWeek", e.GetDayOfWeek(), 6},
-        {"Month", e.GetMonth(), 0},                   {"WeekOfMonth", e.GetWeekOfMonth(), DetermineWeekOfMonth(6, 6)},
-        {"ApplyTime", e.GetApplyTime(), false},       {"TimeToApply", e.GetTimeToApply(), 0},
-        {"SubIntType", e.GetSubIntType(), Hours},     {"ApplyStop", e.GetApplyStop(), false},
-        {"StopTime", e.GetStopTime(), 79200},         {"Deletable", e.GetDeletable(), true},
-        {"ApplyPrewarn", e.GetApplyPrewarn(), false}, {"PrewarnTime", e.GetPrewarnTime(), 1},
-        {"PrewarnType", e.GetPrewarnType(), Days},    {"ApplyPrewarnRepeat", e.GetApplyPrewarnRepeat(), false},
-        {"PrewarnRepeatTime", e.GetPrewarnRepeatTime(), 6},
-        {"PrewarnRepeatType", e.GetPrewarnRepeatType(), Hours},
-        {"ApplyNag", e.GetApplyNag(), false},         {"NagRepeatTime", e.GetNagRepeatTime(), 2},
-        {"NagRepeatType", e.GetNagRepeatType(), Days},
-        {"DeliverIfMissed", e.GetDeliverIfMissed(), true},
-        {"DeleteOnceDelivered", e.GetDeleteOnceDelivered(), false},
-        {"ShouldWindowOpen", e.GetShouldWindowOpen(), true},
-        {"TabShown", e.GetTabShown(), 0},             {"SkipNag", e.GetSkipNag(), false},
-        {"SkipPrewarn", e.GetSkipPrewarn(), false},
-    };
-    for (const auto& f : fields)
-        EXPECT_EQ(f.got, f.want) << f.field;
+    // Every number, in the order of the event's file record.
+    const std::vector<int64_t> defaults = {
+        tomorrow, tomorrow, true, WaitingForEvent, true,  // next, actual, active, status, deletable
+        Once, 2, ByDate, ByDate, tomorrow,                // period, multiple, timing, saved, event time
+        6, DetermineWeekOfMonth(6, 6), 6, 0, tomorrow,    // day, week, weekday, month, start
+        false, 0, Hours, false, 79200,                    // time of day, sub-interval, stop
+        false, 1, Days, false, 6, Hours,                  // prewarning and its repeats
+        false, 2, Days, true, false,                      // nagging, if missed, delete once delivered
+        0, 40, 60, 407, 450, true, 0};                    // icon, window frame, window open, tab
+    EXPECT_EQ(EventNumbers(&e), defaults);
+    EXPECT_FALSE(e.GetSkipNag());
+    EXPECT_FALSE(e.GetSkipPrewarn());
     EXPECT_EQ(e.GetPrewarnMessage(), nullptr);
     EXPECT_EQ(e.GetNagMessage(), nullptr);
     EXPECT_EQ(e.GetComment(), nullptr);
@@ -146,9 +130,7 @@ TEST_F(EventTest, NewEventHasTheDefaultsOfTomorrow)
     EXPECT_EQ(owner.setModified, 0);
 
     // Events made one after the other cascade their window frames.
-    Event second(&owner);
-    EXPECT_EQ(e.GetWindowFrame(), (Rect{40, 60, 407, 450}));
-    EXPECT_EQ(second.GetWindowFrame(), (Rect{60, 80, 427, 470}));
+    EXPECT_EQ(Event(&owner).GetWindowFrame(), (Rect{60, 80, 427, 470}));
 }
 
 TEST_F(EventTest, TomorrowIsLocalMidnightAcrossMonthEndsAndClockChanges)
