@@ -20,12 +20,6 @@ namespace {
 constexpr const char* kApplication = "x-vnd.QZ-Calvorin";
 constexpr const char* kSetName = "CalvorinSettings";
 
-std::string ReadFile(const std::string& path)
-{
-    const std::vector<uint8_t> bytes = ReadWholeFile(path);
-    return std::string(bytes.begin(), bytes.end());
-}
-
 bool Exists(const std::string& path)
 {
     struct stat info;
@@ -270,8 +264,8 @@ TEST_F(PrefsStoreTest, DamagedFileIsKeptAsideAndDefaultsUsed)
         << problem;
     EXPECT_NE(problem.find("keeps a copy as settings.sqlite.damaged.2"), std::string::npos)
         << problem;
-    EXPECT_EQ(ReadFile(StorePath() + ".damaged.2"), garbage);
-    EXPECT_EQ(ReadFile(StorePath() + ".damaged"), "older");
+    EXPECT_EQ(ReadWholeFileText(StorePath() + ".damaged.2"), garbage);
+    EXPECT_EQ(ReadWholeFileText(StorePath() + ".damaged"), "older");
 
     // The fresh store starts empty and works.
     ASSERT_EQ(PREFLoadSet(fHandle, kSetName, true, &fSet), B_OK);
@@ -298,14 +292,14 @@ TEST_F(PrefsStoreTest, UnreadableFileOrAnotherLayoutIsKeptAsideAndReplaced)
 
     if (geteuid() == 0)
         GTEST_SKIP() << "permissions do not bind the superuser";
-    const std::string saved = ReadFile(StorePath());
+    const std::string saved = ReadWholeFileText(StorePath());
     ASSERT_EQ(chmod(StorePath().c_str(), 0), 0);
     EXPECT_EQ(PREFInit(kApplication, &fHandle), B_PREF_STORE_REPLACED);
     ASSERT_NE(PREFInitProblemText(), nullptr);
     EXPECT_NE(std::string(PREFInitProblemText()).find("cannot be read"), std::string::npos);
     const std::string aside = StorePath() + ".damaged.2";
     ASSERT_EQ(chmod(aside.c_str(), 0600), 0);
-    EXPECT_EQ(ReadFile(aside), saved);
+    EXPECT_EQ(ReadWholeFileText(aside), saved);
 }
 
 TEST_F(PrefsStoreTest, UnusableFolderIsReportedClearly)

@@ -35,12 +35,6 @@ namespace {
 constexpr const char* kSignature = "application/x-vnd.QZ-RosterTest";
 constexpr uint32_t kTestWhat = MakeTypeCode('T', 'e', 's', 't');
 
-std::string ReadFile(const std::string& path)
-{
-    const std::vector<uint8_t> bytes = ReadWholeFile(path);
-    return std::string(bytes.begin(), bytes.end());
-}
-
 bool FileExists(const std::string& path)
 {
     struct stat info;
@@ -458,17 +452,17 @@ TEST_F(RosterLaunchTest, StartsTheRegisteredProgramDetachedWithTheMessage)
     ASSERT_TRUE(WaitUntil([&]() { return FileExists(fFolder / "ids"); }));
     close(ours);
 
-    EXPECT_EQ(ReadFile(fFolder / "args"), "--launch-message-fd=3\n");
-    std::string flat = ReadFile(fFolder / "message");
+    EXPECT_EQ(ReadWholeFileText(fFolder / "args"), "--launch-message-fd=3\n");
+    std::string flat = ReadWholeFileText(fFolder / "message");
     Message handed;
     ASSERT_EQ(handed.Unflatten(flat.data(), flat.size()), B_OK);
     ExpectTestMessage(handed);
-    EXPECT_EQ(ReadFile(fFolder / "std"), "/dev/null\n/dev/null\n/dev/null\n");
-    EXPECT_EQ(ReadFile(fFolder / "fds").find(fFolder.Path() + "\n"), std::string::npos)
-        << ReadFile(fFolder / "fds");
+    EXPECT_EQ(ReadWholeFileText(fFolder / "std"), "/dev/null\n/dev/null\n/dev/null\n");
+    EXPECT_EQ(ReadWholeFileText(fFolder / "fds").find(fFolder.Path() + "\n"), std::string::npos)
+        << ReadWholeFileText(fFolder / "fds");
     // Its parent is not us, and it runs in a session of its own.
     int parent = 0, session = 0;
-    std::istringstream(ReadFile(fFolder / "ids")) >> parent >> session;
+    std::istringstream(ReadWholeFileText(fFolder / "ids")) >> parent >> session;
     EXPECT_NE(parent, getpid());
     EXPECT_NE(session, getsid(0));
 }
