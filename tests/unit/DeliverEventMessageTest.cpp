@@ -43,15 +43,6 @@ protected:
         fEvent->SetName("Dentist");
     }
 
-    const AlertRequest& OnlyAlert()
-    {
-        fShown = fPort.Shown();
-        EXPECT_EQ(fShown.size(), 1u);
-        if (fShown.empty())
-            fShown.push_back(AlertRequest());
-        return fShown.front();
-    }
-
     MessageDataHandler* MessageData()
     {
         return static_cast<MessageDataHandler*>(fEvent->GetAddOnData(kMessageHandler));
@@ -140,7 +131,9 @@ TEST_F(DeliverEventMessageTest, UnknownNamesTheMissingHandlerAndItsFolder)
     fPort.Answer(0);
     data.DealWithEvent(false);
 
-    const AlertRequest& alert = OnlyAlert();
+    fShown = fPort.Shown();
+    ASSERT_EQ(fShown.size(), 1u);
+    const AlertRequest& alert = fShown[0];
     EXPECT_EQ(alert.text,
               "Calvorin event:  Dentist\n\nThe event occurred, but the add-on event handler which "
               "owns it is not loaded.  The handler is called \"Spoken reminder\".  Add-on event "
