@@ -43,6 +43,10 @@ expect_err() {
     grep -q -- "$1" "$work/err" || fail "expected \"$1\" on stderr: $(cat "$work/err")"
 }
 
+out_is() {
+    [ "$(cat "$work/out")" = "$1" ] || fail "expected \"$1\", got: $(cat "$work/out")"
+}
+
 # --- Help and version -------------------------------------------------------
 run 0 --help
 expect_out '^Usage: calvorinctl'
@@ -86,21 +90,21 @@ one_line_error "next with an unknown option"
 
 # --- parse-date ---------------------------------------------------------------
 run 0 --now "$now" parse-date tomorrow 9am
-[ "$(cat "$work/out")" = "985251600 2001-03-22 09:00:00 time" ] || fail "parse-date tomorrow 9am: $(cat "$work/out")"
+out_is "985251600 2001-03-22 09:00:00 time"
 run 0 --now "$now" parse-date "Jan 5 2001"
-[ "$(cat "$work/out")" = "978652800 2001-01-05 00:00:00 date" ] || fail "parse-date Jan 5 2001: $(cat "$work/out")"
+out_is "978652800 2001-01-05 00:00:00 date"
 # A typed midnight is a time of day.
 run 0 --now "$now" parse-date "Jan 5 2001 0:00"
-[ "$(cat "$work/out")" = "978652800 2001-01-05 00:00:00 time" ] || fail "parse-date Jan 5 2001 0:00: $(cat "$work/out")"
+out_is "978652800 2001-01-05 00:00:00 time"
 # --now takes date texts too, and options may follow the command.
 run 0 parse-date "next friday" --now "Mar 21 2001 10:15"
-[ "$(cat "$work/out")" = "985910400 2001-03-30 00:00:00 date" ] || fail "parse-date next friday: $(cat "$work/out")"
+out_is "985910400 2001-03-30 00:00:00 date"
 run 0 --json --now "$now" parse-date "+2 hours"
 expect_out '"Time": 985176900'
 expect_out '"HasTime": true'
 # An offset that starts with "-" is text, not an option.
 run 0 --now "$now" parse-date -- -1 week
-[ "$(cat "$work/out")" = "984528000 2001-03-14 00:00:00 date" ] || fail "parse-date -1 week: $(cat "$work/out")"
+out_is "984528000 2001-03-14 00:00:00 date"
 
 run 1 --now "$now" parse-date banana
 one_line_error "parse-date banana"
@@ -154,26 +158,15 @@ cmp -s "$work/out" "$work/first.json" || fail "eval output does not read back th
 expect_out '"PrewarnMessage": "One week to go: order a present."'
 expect_out '"Comment": "She likes dark chocolate and crime novels."'
 
-# Wrong input: the key is named, the status is 1.
-echo '{"Name": "x", "Bogus": 1}' >"$work/bad.json"
-run 1 --now "$now" eval "$work/bad.json"
-one_line_error "eval with an unknown key"
-expect_err '"Bogus"'
-echo '{"Name": "x", "PeriodType": 12}' >"$work/bad.json"
-run 1 --now "$now" eval "$work/bad.json"
-expect_err '"PeriodType"'
-echo '{"Active": "yes"}' >"$work/bad.json"
-run 1 --now "$now" eval "$work/bad.json"
-expect_err '"Active"'
-echo '{"EventTime": 4294967296}' >"$work/bad.json"
-run 1 --now "$now" eval "$work/bad.json"
-expect_err '"EventTime"'
-echo '{"Name": "a\u0000b"}' >"$work/bad.json"
-run 1 --now "$now" eval "$work/bad.json"
-expect_err '"Name"'
-echo '{"WindowFrame": [1, 2, 3]}' >"$work/bad.json"
-run 1 --now "$now" eval "$work/bad.json"
-expect_err '"WindowFrame"'
+# Wrong input: the key is named in one line, the status is 1.
+for case in '"Bogus"|{"Name": "x", "Bogus": 1}' '"PeriodType"|{"Name": "x", "PeriodType": 12}' \
+    '"Active"|{"Active": "yes"}' '"EventTime"|{"EventTime": 4294967296}' \
+    '"Name"|{"Name": "a\u0000b"}' '"WindowFrame"|{"WindowFrame": [1, 2, 3]}'; do
+    printf '%s\n' "${case#*|}" >"$work/bad.json"
+    run 1 --now "$now" eval "$work/bad.json"
+    one_line_error "eval naming ${case%%|*}"
+    expect_err "${case%%|*}"
+done
 printf '{"Name": "x",\n "Active": tru }' >"$work/bad.json"
 run 1 --now "$now" eval "$work/bad.json"
 one_line_error "eval of malformed JSON"
