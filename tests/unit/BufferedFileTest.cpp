@@ -222,7 +222,8 @@ TEST_F(BufferedFileTest, ReadLineSplitsAtLineEnds)
         uint32_t lineSize;
         std::vector<std::pair<int32_t, std::string>> lines;
     } cases[] = {
-        {std::string("a\r\nb\ncd\0e\rf", 11), 64, 16, {{3, "a"}, {2, "b"}, {3, "cd"}, {2, "e"}, {1, "f"}, {0, ""}}},
+        {std::string("a\r\nb\ncd\0e\rf", 11), 64, 16,
+         {{3, "a"}, {2, "b"}, {3, "cd"}, {2, "e"}, {1, "f"}, {0, ""}}},
         {"abcdefgh\n", 64, 4, {{3, "abc"}, {3, "def"}, {3, "gh"}}},
         {"abc\r\nd", 4, 16, {{4, "abc"}, {1, ""}, {1, "d"}}},
     };

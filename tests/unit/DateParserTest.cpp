@@ -217,7 +217,8 @@ TEST_P(DateParserTest, GarbageIsNotUnderstood)
     std::string manyTokens;
     for (int i = 0; i < 5000; ++i)
         manyTokens += "tomorrow ";
-    ExpectNotUnderstood({std::string(100000, '1').c_str(), manyTokens.c_str(), std::string(5000, 'a').c_str()});
+    ExpectNotUnderstood(
+        {std::string(100000, '1').c_str(), manyTokens.c_str(), std::string(5000, 'a').c_str()});
 
     // Random texts built from the meaningful characters, with one byte that
     // the parser does not accept put somewhere in them.

@@ -68,7 +68,8 @@ TEST_F(EndianIndependentFileTest, ReadsABigEndianFile)
     ASSERT_TRUE(file.ReadValue(&i32) && file.ReadValue(&i16) && file.ReadValue(&i64));
     ASSERT_EQ(file.ReadNumber(&f, 4, 1), 1);
     ASSERT_TRUE(file.ReadValue(&i8));
-    EXPECT_EQ(std::vector<int64_t>({i32, i16, i64, i8}), std::vector<int64_t>({5, -2, (int64_t(1) << 32) + 2, 0x7A}));
+    EXPECT_EQ(std::vector<int64_t>({i32, i16, i64, i8}),
+              std::vector<int64_t>({5, -2, (int64_t(1) << 32) + 2, 0x7A}));
     EXPECT_EQ(f, 1.5f);
     EXPECT_FALSE(file.ReadValue(&i8));
 }
@@ -101,7 +102,8 @@ TEST_F(EndianIndependentFileTest, NumbersRoundTripInHostOrder)
     uint32_t many[3] = {1, 2, 3};
     {
         EndianIndependentFile file(Path().c_str(), B_WRITE_ONLY | B_CREATE_FILE | B_ERASE_FILE, 16);
-        ASSERT_TRUE(file.WriteValue(i8) && file.WriteValue(i16) && file.WriteValue(i32) && file.WriteValue(i64));
+        ASSERT_TRUE(file.WriteValue(i8) && file.WriteValue(i16) && file.WriteValue(i32) &&
+                    file.WriteValue(i64));
         ASSERT_EQ(file.WriteNumber(many, 4, 3), 3);
         ASSERT_EQ(file.FlushBuffer(), B_OK);
     }

@@ -110,11 +110,13 @@ TEST_P(ScheduleTest, WorkedExamples)
 {
     RunScenarios({
         {"monthly day 31 clamped to February",
-         {{{2001, 2, 10, 9}, [](Raw& r) { r.PeriodType() = Monthly; r.Timing() = ByDayOfMonth; r.DayOfMonth() = 31; },
-           "2001-02-28 00:00:00", "=", WaitingForEvent}}},
+         {{{2001, 2, 10, 9}, [](Raw& r) {
+               r.PeriodType() = Monthly; r.Timing() = ByDayOfMonth; r.DayOfMonth() = 31;
+           }, "2001-02-28 00:00:00", "=", WaitingForEvent}}},
         {"monthly last and second-to-last day, today's passed",
-         {{{2001, 4, 30, 12}, [](Raw& r) { r.PeriodType() = Monthly; r.Timing() = ByDayOfMonth; r.DayOfMonth() = 32; },
-           "2001-05-31 00:00:00"},
+         {{{2001, 4, 30, 12}, [](Raw& r) {
+               r.PeriodType() = Monthly; r.Timing() = ByDayOfMonth; r.DayOfMonth() = 32;
+           }, "2001-05-31 00:00:00"},
           {{}, [](Raw& r) { r.DayOfMonth() = 33; }, "2001-05-30 00:00:00"}}},
         {"annual fourth Thursday of November",
          {{{2001, 11, 1}, [](Raw& r) {
@@ -123,8 +125,9 @@ TEST_P(ScheduleTest, WorkedExamples)
            }, "2001-11-22 00:00:00"},
           {{2001, 12, 1}, {}, "2002-11-28 00:00:00"}}},
         {"daily at exactly now moves to tomorrow",
-         {{{2001, 3, 7, 8}, [](Raw& r) { r.PeriodType() = Daily; r.ApplyTime() = true; r.TimeToApply() = 8 * kHour; },
-           "2001-03-08 08:00:00"},
+         {{{2001, 3, 7, 8}, [](Raw& r) {
+               r.PeriodType() = Daily; r.ApplyTime() = true; r.TimeToApply() = 8 * kHour;
+           }, "2001-03-08 08:00:00"},
           {{2001, 3, 7, 7, 59, 59}, {}, "2001-03-07 08:00:00"}}},
         {"sub-daily past the stop: tomorrow's start; in the window: the grid; before it: the start",
          {{{2001, 3, 1, 16, 45}, [](Raw& r) {
@@ -171,8 +174,9 @@ TEST_P(ScheduleTest, PeriodKinds)
 {
     RunScenarios({
         {"day 30 in February of a leap year",
-         {{{2004, 2, 10}, [](Raw& r) { r.PeriodType() = Monthly; r.Timing() = ByDayOfMonth; r.DayOfMonth() = 30; },
-           "2004-02-29 00:00:00"}}},
+         {{{2004, 2, 10}, [](Raw& r) {
+               r.PeriodType() = Monthly; r.Timing() = ByDayOfMonth; r.DayOfMonth() = 30;
+           }, "2004-02-29 00:00:00"}}},
         {"annual by date keeps the date and time; a date still ahead is kept",
          {{{2001, 8, 1}, [](Raw& r) {
                r.PeriodType() = Annually; r.Timing() = ByDate; r.EventTime() = LocalTime(1998, 7, 14, 18, 30);
@@ -180,17 +184,20 @@ TEST_P(ScheduleTest, PeriodKinds)
            }, "2002-07-14 18:30:00"},
           {{}, [](Raw& r) { r.EventTime() = LocalTime(2003, 7, 14, 18, 30); }, "2003-07-14 18:30:00"}}},
         {"weekly on today's weekday (Wednesday)",
-         {{{2001, 3, 7, 10}, [](Raw& r) { r.PeriodType() = Weekly; r.Timing() = ByDayOfWeek; r.DayOfWeek() = 3; },
-           "2001-03-14 00:00:00"},
+         {{{2001, 3, 7, 10}, [](Raw& r) {
+               r.PeriodType() = Weekly; r.Timing() = ByDayOfWeek; r.DayOfWeek() = 3;
+           }, "2001-03-14 00:00:00"},
           {{}, [](Raw& r) { r.ApplyTime() = true; r.TimeToApply() = 11 * kHour; }, "2001-03-07 11:00:00"},
           {{}, [](Raw& r) { r.TimeToApply() = 10 * kHour; }, "2001-03-14 10:00:00"}}},  // exactly now
         {"weekly on other weekdays",
-         {{{2001, 3, 7, 10}, [](Raw& r) { r.PeriodType() = Weekly; r.Timing() = ByDayOfWeek; r.DayOfWeek() = 5; },
-           "2001-03-09 00:00:00"},
+         {{{2001, 3, 7, 10}, [](Raw& r) {
+               r.PeriodType() = Weekly; r.Timing() = ByDayOfWeek; r.DayOfWeek() = 5;
+           }, "2001-03-09 00:00:00"},
           {{}, [](Raw& r) { r.DayOfWeek() = 1; }, "2001-03-12 00:00:00"}}},
         {"weekdays and weekends skip the other days",
-         {{{2001, 3, 9, 9}, [](Raw& r) { r.PeriodType() = Weekdays; r.ApplyTime() = true; r.TimeToApply() = 8 * kHour; },
-           "2001-03-12 08:00:00"},  // Friday after 08:00: Monday
+         {{{2001, 3, 9, 9}, [](Raw& r) {
+               r.PeriodType() = Weekdays; r.ApplyTime() = true; r.TimeToApply() = 8 * kHour;
+           }, "2001-03-12 08:00:00"},  // Friday after 08:00: Monday
           {{2001, 3, 10, 7}, {}, "2001-03-12 08:00:00"},  // Saturday: Monday
           {{2001, 3, 12, 10}, [](Raw& r) { r.PeriodType() = Weekends; }, "2001-03-17 08:00:00"},
           {{2001, 3, 17, 9}, {}, "2001-03-18 08:00:00"}}},
@@ -241,18 +248,21 @@ TEST_P(ScheduleTest, Prewarnings)
     RunScenarios({
         {"prewarning in months carries into earlier years",
          {{{2001, 1, 1}, [](Raw& r) {
-               r.EventTime() = LocalTime(2003, 1, 15, 12, 0); r.ApplyTime() = true; r.TimeToApply() = 12 * kHour;
+               r.EventTime() = LocalTime(2003, 1, 15, 12, 0); r.ApplyTime() = true;
+               r.TimeToApply() = 12 * kHour;
                r.ApplyPrewarn() = true; r.PrewarnType() = Months; r.PrewarnTime() = 13;
            }, nullptr, "2001-12-15 12:00:00", WaitingForPrewarning}}},
         {"prewarning repeats in months keep the clock time",
          {{{2001, 4, 20}, [](Raw& r) {
-               r.EventTime() = LocalTime(2001, 6, 15, 12, 0); r.ApplyTime() = true; r.TimeToApply() = 12 * kHour;
+               r.EventTime() = LocalTime(2001, 6, 15, 12, 0); r.ApplyTime() = true;
+               r.TimeToApply() = 12 * kHour;
                r.ApplyPrewarn() = true; r.PrewarnType() = Months; r.PrewarnTime() = 3;
                r.ApplyPrewarnRepeat() = true; r.PrewarnRepeatType() = Months; r.PrewarnRepeatTime() = 1;
            }, nullptr, "2001-05-15 12:00:00", WaitingForPrewarning}}},
         {"a zero or skipped prewarning goes straight to the event",
-         {{{2001, 3, 1}, [](Raw& r) { r.EventTime() = LocalTime(2001, 3, 10); r.ApplyPrewarn() = true; r.PrewarnTime() = 0; },
-           nullptr, "=", WaitingForEvent},
+         {{{2001, 3, 1}, [](Raw& r) {
+               r.EventTime() = LocalTime(2001, 3, 10); r.ApplyPrewarn() = true; r.PrewarnTime() = 0;
+           }, nullptr, "=", WaitingForEvent},
           {{}, [](Raw& r) { r.PrewarnTime() = 2; }, nullptr, "2001-03-08 00:00:00", WaitingForPrewarning},
           {{}, [](Raw& r) { r.SkipPrewarn() = true; }, nullptr, "=", WaitingForEvent}}},
         {"repeats of zero cannot advance and are dropped",
@@ -276,7 +286,9 @@ TEST_P(ScheduleTest, CalendarStepsKeepTheClockTime)
                r.PeriodType() = Monthly; r.Timing() = ByDayOfMonth; r.DayOfMonth() = 15;
                r.ApplyTime() = true; r.TimeToApply() = 9 * kHour;
            }, "2001-04-15 09:00:00"},
-          {{}, [](Raw& r) { r.Timing() = ByDayOfWeek; r.WeekOfMonth() = 1; r.DayOfWeek() = 1; }, "2001-04-09 09:00:00"}}},
+          {{}, [](Raw& r) {
+               r.Timing() = ByDayOfWeek; r.WeekOfMonth() = 1; r.DayOfWeek() = 1;
+           }, "2001-04-09 09:00:00"}}},
         {"annual from winter to summer, and by date from summer to winter",
          {{{2001, 12, 1}, [](Raw& r) {
                r.PeriodType() = Annually; r.Timing() = ByDayOfMonth; r.Month() = 6; r.DayOfMonth() = 4;
@@ -301,7 +313,8 @@ TEST(DaylightSavingFixedDays, DailyGridOfFixedDaysShiftsWithTheClockChange)
     ScopedTimeZone zone("Europe/Berlin");
     RunScenarios({{"Berlin, March 2001",
           {{{2001, 3, 30, 12}, [](Raw& r) {
-                r.PeriodType() = MultiDaily; r.Multiple() = 1; r.MultiStartTime() = LocalTime(2001, 3, 20, 5, 0);
+                r.PeriodType() = MultiDaily; r.Multiple() = 1;
+                r.MultiStartTime() = LocalTime(2001, 3, 20, 5, 0);
                 r.ApplyTime() = true; r.TimeToApply() = 7 * kHour;
             }, "2001-03-31 08:00:00"},
            {{}, [](Raw& r) { r.PeriodType() = Daily; }, "2001-03-31 07:00:00"}}}});
@@ -400,10 +413,13 @@ TEST_P(ScheduleTest, ZeroIntervalsAndUnitsWithoutALengthLeaveOnlyTheFirstOccurre
 TEST_P(ScheduleTest, OccurrencesBeyondTheRangeOfTimesEndTheEvent)
 {
     RunScenarios({{"annual and monthly in January 2038",
-          {{{2038, 1, 10}, [](Raw& r) { r.PeriodType() = Annually; r.Timing() = ByDate; r.EventTime() = LocalTime(2000, 2, 1); },
-            "2037-02-01 00:00:00", "0", DoneWithEvent},  // the last one there was
+          {{{2038, 1, 10}, [](Raw& r) {
+                r.PeriodType() = Annually; r.Timing() = ByDate; r.EventTime() = LocalTime(2000, 2, 1);
+            }, "2037-02-01 00:00:00", "0", DoneWithEvent},  // the last one there was
            // 15 January 2038 is still representable.
-           {{}, [](Raw& r) { r.EventTime() = LocalTime(2000, 1, 15); }, "2038-01-15 00:00:00", nullptr, WaitingForEvent},
+           {{}, [](Raw& r) {
+                r.EventTime() = LocalTime(2000, 1, 15);
+            }, "2038-01-15 00:00:00", nullptr, WaitingForEvent},
            {{}, [](Raw& r) { r.PeriodType() = Monthly; r.Timing() = ByDayOfMonth; r.DayOfMonth() = 1; },
             nullptr, nullptr, DoneWithEvent}}}});
 }

@@ -66,7 +66,8 @@ std::vector<int64_t> Numbers(const EventRecord& r)
 void ExpectFields(const Event* event, const EventRecord& e)
 {
     EXPECT_EQ(EventNumbers(event), Numbers(e)) << e.name;
-    EXPECT_EQ(EventTexts(event), (Names{Kept(e.name), Kept(e.prewarnMessage), Kept(e.nagMessage), Kept(e.comment)}));
+    EXPECT_EQ(EventTexts(event),
+              (Names{Kept(e.name), Kept(e.prewarnMessage), Kept(e.nagMessage), Kept(e.comment)}));
 }
 
 EventRecord SecondRecord()

@@ -181,15 +181,16 @@ TEST_F(EventTest, TimingSettersReEvaluateOthersOnlyMarkTheSetModified)
         SETTER(SetTimingType(ByDayOfMonth), true), SETTER(SetEventTime(LocalTime(2001, 4, 1), false), true),
         SETTER(SetDayOfMonth(3), true), SETTER(SetWeekOfMonth(1), true), SETTER(SetDayOfWeek(2), true),
         SETTER(SetMonth(4), true), SETTER(SetMultiStartTime(LocalTime(2001, 2, 1)), true),
-        SETTER(SetApplyTime(false), true), SETTER(SetTimeToApply(0), true), SETTER(SetSubIntType(Minutes), true),
-        SETTER(SetApplyStop(false), true), SETTER(SetStopTime(100), true), SETTER(SetApplyPrewarn(false), true),
+        SETTER(SetApplyTime(false), true), SETTER(SetTimeToApply(0), true),
+        SETTER(SetSubIntType(Minutes), true), SETTER(SetApplyStop(false), true),
+        SETTER(SetStopTime(100), true), SETTER(SetApplyPrewarn(false), true),
         SETTER(SetPrewarnTime(2), true), SETTER(SetPrewarnType(Hours), true),
         SETTER(SetApplyPrewarnRepeat(false), true), SETTER(SetPrewarnRepeatTime(3), true),
-        SETTER(SetPrewarnRepeatType(Minutes), true),
-        SETTER(SetPrewarnMessage("soon"), false), SETTER(SetNagMessage("late"), false),
-        SETTER(SetComment("a comment"), false), SETTER(SetNagRepeatTime(5), false),
-        SETTER(SetNagRepeatType(Hours), false), SETTER(SetDeliverIfMissed(false), false),
-        SETTER(SetDeleteOnceDelivered(true), false), SETTER(SetApplyNag(true), false),
+        SETTER(SetPrewarnRepeatType(Minutes), true), SETTER(SetPrewarnMessage("soon"), false),
+        SETTER(SetNagMessage("late"), false), SETTER(SetComment("a comment"), false),
+        SETTER(SetNagRepeatTime(5), false), SETTER(SetNagRepeatType(Hours), false),
+        SETTER(SetDeliverIfMissed(false), false), SETTER(SetDeleteOnceDelivered(true), false),
+        SETTER(SetApplyNag(true), false),
     };
 #undef SETTER
     for (const auto& setter : setters) {
