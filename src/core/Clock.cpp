@@ -5,6 +5,7 @@
 namespace {
 SystemClock sSystemClock;
 std::atomic<const Clock*> sClock{&sSystemClock};
+thread_local const Clock* tThreadClock = nullptr;
 }
 
 int64_t SystemClock::Now() const
@@ -14,6 +15,8 @@ int64_t SystemClock::Now() const
 
 const Clock& CurrentClock()
 {
+    if (tThreadClock != nullptr)
+        return *tThreadClock;
     return *sClock.load();
 }
 
@@ -25,4 +28,14 @@ void SetClock(const Clock* clock)
 int32_t CurrentTime()
 {
     return static_cast<int32_t>(CurrentClock().Now());
+}
+
+ScopedThreadClock::ScopedThreadClock(int64_t now) : fClock(now), fPrevious(tThreadClock)
+{
+    tThreadClock = &fClock;
+}
+
+ScopedThreadClock::~ScopedThreadClock()
+{
+    tThreadClock = fPrevious;
 }

@@ -37,6 +37,23 @@ void SetClock(const Clock* clock);
 // The current time as the 32-bit seconds that events store.
 int32_t CurrentTime();
 
+// Installs a fixed clock for the calling thread only, for the lifetime of a
+// scope; other threads keep the process's clock. Lets the editor work out
+// an event's coming occurrences at other times without moving "now" for
+// anyone else.
+class ScopedThreadClock {
+public:
+    explicit ScopedThreadClock(int64_t now);
+    ~ScopedThreadClock();
+    ScopedThreadClock(const ScopedThreadClock&) = delete;
+    ScopedThreadClock& operator=(const ScopedThreadClock&) = delete;
+    void Set(int64_t now) { fClock.Set(now); }
+
+private:
+    FixedClock fClock;
+    const Clock* fPrevious;
+};
+
 // Installs a fixed clock for the lifetime of a scope (tests).
 class ScopedClock {
 public:
