@@ -7,7 +7,6 @@
 #include <algorithm>
 #include <memory>
 #include <mutex>
-#include <cstdio>
 #include <utility>
 #include <string>
 #include <vector>
@@ -229,13 +228,9 @@ TEST_F(EventSetTest, NewSetTakesTheDefaultsAndAnUntitledName)
     CalvorinSettings::ColumnWidth[1] = 260;
     CalvorinSettings::ColumnShown[5] = false;
 
+    // The numbering of untitled names is the application's (see ApplicationSetsTest).
     SetPointer first = NewSet();
-    SetPointer second = NewSet();
-    int a = 0, b = 0;
-    ASSERT_EQ(std::sscanf(first->GetFileName(), "Untitled event set %d", &a), 1);
-    ASSERT_EQ(std::sscanf(second->GetFileName(), "Untitled event set %d", &b), 1);
-    EXPECT_GE(a, 1);
-    EXPECT_EQ(b, a + 1);
+    EXPECT_EQ(std::string(first->GetFileName()).rfind("Untitled event set ", 0), 0u);
 
     int32_t gotKeys[5];
     CLVSortMode gotModes[5];
