@@ -164,6 +164,30 @@ inline Event* AddNamedEvent(EventSet* set, const char* name, int32_t time,
     return event;
 }
 
+// Every number and text an event keeps, handler data and icons aside.
+inline std::vector<std::string> EventFields(const Event* e)
+{
+    auto text = [](const char* t) { return std::string(t != nullptr ? t : "<null>"); };
+    const Rect f = e->GetWindowFrame();
+    const int64_t numbers[] = {
+        e->GetNextEventTime(), e->GetActualEventTime(), e->GetActive(), e->GetStatus(),
+        e->GetDeletable(), e->GetPeriodType(), e->GetMultiple(), e->GetTimingType(),
+        e->GetSavedTimingType(), e->GetEventTime(), e->GetDayOfMonth(), e->GetWeekOfMonth(),
+        e->GetDayOfWeek(), e->GetMonth(), e->GetMultiStartTime(), e->GetApplyTime(),
+        e->GetTimeToApply(), e->GetSubIntType(), e->GetApplyStop(), e->GetStopTime(),
+        e->GetApplyPrewarn(), e->GetPrewarnTime(), e->GetPrewarnType(), e->GetApplyPrewarnRepeat(),
+        e->GetPrewarnRepeatTime(), e->GetPrewarnRepeatType(), e->GetApplyNag(), e->GetNagRepeatTime(),
+        e->GetNagRepeatType(), e->GetDeliverIfMissed(), e->GetDeleteOnceDelivered(),
+        e->GetIconNumber(), int64_t(f.left), int64_t(f.top), int64_t(f.right), int64_t(f.bottom),
+        e->GetShouldWindowOpen(), e->GetTabShown(), e->GetSelectedHandler()};
+    std::vector<std::string> fields;
+    for (int64_t number : numbers)
+        fields.push_back(std::to_string(number));
+    for (const char* t : {e->GetName(), e->GetPrewarnMessage(), e->GetNagMessage(), e->GetComment()})
+        fields.push_back(text(t));
+    return fields;
+}
+
 // Lets queued calls and posted events run.
 inline void Settle()
 {

@@ -1,0 +1,4 @@
+#include "ui/QuitFlags.h"
+
+bool QuitProcess = false;
+bool FullQuitProcess = false;
