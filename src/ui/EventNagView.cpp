@@ -2,7 +2,6 @@
 
 #include <QCheckBox>
 #include <QGridLayout>
-#include <QHBoxLayout>
 #include <QLabel>
 #include <QVBoxLayout>
 
@@ -32,13 +31,11 @@ EventNagView::EventNagView(Event* event, QWidget* parent) : QWidget(parent), fEv
 
     auto* grid = new QGridLayout;
     grid->setColumnMinimumWidth(0, 20);
-    grid->addWidget(fApplyBox, 0, 0, 1, 2);
-    auto* everyRow = new QHBoxLayout;
-    everyRow->addWidget(fEveryLabel);
-    everyRow->addWidget(fEveryField);
-    everyRow->addWidget(fEveryUnit);
-    everyRow->addStretch();
-    grid->addLayout(everyRow, 1, 1);
+    grid->addWidget(fApplyBox, 0, 0, 1, 4);
+    grid->addWidget(fEveryLabel, 1, 1);
+    grid->addWidget(fEveryField, 1, 2);
+    grid->addWidget(fEveryUnit, 1, 3);
+    grid->setColumnStretch(4, 1);
 
     auto* layout = new QVBoxLayout(this);
     layout->addLayout(grid);

@@ -2,7 +2,6 @@
 
 #include <QCheckBox>
 #include <QGridLayout>
-#include <QHBoxLayout>
 #include <QLabel>
 #include <QVBoxLayout>
 
@@ -38,22 +37,18 @@ EventPrewarnView::EventPrewarnView(Event* event, QWidget* parent) : QWidget(pare
     fText->setObjectName("PrewarnText");
     fMessageLabel->setBuddy(fText);
 
+    // The start and the repeat line up: label or box, number, unit.
     auto* grid = new QGridLayout;
     grid->setColumnMinimumWidth(0, 20);
     grid->addWidget(fApplyBox, 0, 0, 1, 5);
-    auto* startRow = new QHBoxLayout;
-    startRow->addWidget(fStartLabel);
-    startRow->addWidget(fStartField);
-    startRow->addWidget(fStartUnit);
-    startRow->addWidget(fAdvanceLabel);
-    startRow->addStretch();
-    grid->addLayout(startRow, 1, 1);
-    auto* repeatRow = new QHBoxLayout;
-    repeatRow->addWidget(fRepeatBox);
-    repeatRow->addWidget(fRepeatField);
-    repeatRow->addWidget(fRepeatUnit);
-    repeatRow->addStretch();
-    grid->addLayout(repeatRow, 2, 1);
+    grid->addWidget(fStartLabel, 1, 1);
+    grid->addWidget(fStartField, 1, 2);
+    grid->addWidget(fStartUnit, 1, 3);
+    grid->addWidget(fAdvanceLabel, 1, 4);
+    grid->addWidget(fRepeatBox, 2, 1);
+    grid->addWidget(fRepeatField, 2, 2);
+    grid->addWidget(fRepeatUnit, 2, 3);
+    grid->setColumnStretch(5, 1);
 
     auto* layout = new QVBoxLayout(this);
     layout->addLayout(grid);

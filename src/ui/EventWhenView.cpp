@@ -263,12 +263,18 @@ EventWhenView::EventWhenView(Event* event, QWidget* parent) : QWidget(parent), f
     addRow(kEveryField, caption(tr("Every:")), Row({fMultipleField, fMultipleUnit, fSubUnitMenu}));
     addRow(kStartingField, caption(tr("Starting:")), Row({fStartField}));
     fStartField->setMinimumWidth(fDateField->minimumWidth());
-    addRow(kTimeOfDayField, fApplyTimeBox, Row({fTimeEdit}));
-    addRow(kStopField, fApplyStopBox, Row({fStopEdit}));
+    // The check boxes stand in the label column, right-aligned like the labels.
+    auto boxLabel = [this](QCheckBox* box) {
+        auto* holder = new QWidget(this);
+        auto* row = new QHBoxLayout(holder);
+        row->setContentsMargins(0, 0, 0, 0);
+        row->addStretch();
+        row->addWidget(box);
+        return holder;
+    };
+    addRow(kTimeOfDayField, boxLabel(fApplyTimeBox), Row({fTimeEdit}));
+    addRow(kStopField, boxLabel(fApplyStopBox), Row({fStopEdit}));
 
-    auto* line = new QFrame(this);
-    line->setFrameShape(QFrame::HLine);
-    line->setFrameShadow(QFrame::Sunken);
     auto* previewTitle = new QLabel(tr("Next occurrences:"), this);
     QFont bold = previewTitle->font();
     bold.setBold(true);
@@ -277,12 +283,15 @@ EventWhenView::EventWhenView(Event* event, QWidget* parent) : QWidget(parent), f
     fPreview->setObjectName("Preview");
     fPreview->setTextInteractionFlags(Qt::TextSelectableByMouse);
     fPreview->setAlignment(Qt::AlignLeft | Qt::AlignTop);
-    fPreview->setMinimumHeight(fontMetrics().lineSpacing() * kPreviewCount);
+    fPreview->setMinimumHeight(fontMetrics().lineSpacing() * kPreviewCount + 16);
+    fPreview->setFrameShape(QFrame::StyledPanel);
+    fPreview->setMargin(6);
+    fPreview->setBackgroundRole(QPalette::Base);
+    fPreview->setAutoFillBackground(true);
 
     auto* layout = new QVBoxLayout(this);
     layout->addLayout(fForm);
-    layout->addSpacing(4);
-    layout->addWidget(line);
+    layout->addSpacing(10);
     layout->addWidget(previewTitle);
     layout->addWidget(fPreview);
     layout->addStretch();
@@ -416,8 +425,6 @@ void EventWhenView::Refresh()
         const bool subDaily = period == SubDaily;
         if (period >= MultiAnnually && period <= MultiDaily)
             fMultipleUnit->setText(tr(kUnits[period - MultiAnnually]));
-        fMultipleUnit->setVisible(!subDaily);
-        fSubUnitMenu->setVisible(subDaily);
         fSubUnitMenu->SetUnit(fEvent->GetSubIntType());
 
         const int32_t start = fEvent->GetMultiStartTime();
@@ -430,7 +437,11 @@ void EventWhenView::Refresh()
         fStopEdit->setEnabled(fEvent->GetApplyStop());
         ShowTimeOfDay(fStopEdit, fEvent->GetStopTime());
     }
+    // Showing a row shows all of it; the unit of "Every" is chosen after.
     ShowRows(fields);
+    const bool subDaily = (fields & kStopField) != 0;
+    fMultipleUnit->setVisible((fields & kEveryField) != 0 && !subDaily);
+    fSubUnitMenu->setVisible((fields & kEveryField) != 0 && subDaily);
     SchedulePreview();
 }
 

@@ -75,9 +75,10 @@ EventWindow::EventWindow(Event* event) : QWidget(nullptr), fEvent(event)
 
     // The frame kept in the event, never smaller than the contents need.
     const QSize least = sizeHint().expandedTo(minimumSizeHint());
+    // A frame's right and bottom are its last pixels, inside the window.
     if (frame.IsValid()) {
-        setGeometry(int(frame.left), int(frame.top), std::max(int(frame.Width()), least.width()),
-                    std::max(int(frame.Height()), least.height()));
+        setGeometry(int(frame.left), int(frame.top), std::max(int(frame.Width()) + 1, least.width()),
+                    std::max(int(frame.Height()) + 1, least.height()));
     } else {
         resize(least);
     }
@@ -255,8 +256,7 @@ void EventWindow::closeEvent(QCloseEvent* event)
 Rect EventWindow::CurrentFrame() const
 {
     const QRect box = geometry();
-    return Rect{float(box.x()), float(box.y()), float(box.x() + box.width()),
-                float(box.y() + box.height())};
+    return Rect{float(box.left()), float(box.top()), float(box.right()), float(box.bottom())};
 }
 
 void EventWindow::StoreFrame()

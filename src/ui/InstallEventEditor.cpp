@@ -3,6 +3,8 @@
 #include <QWidget>
 
 #include "calvorin/EventAddOnData.h"
+#include "core/EventSet.h"
+#include "core/EventSetWindowPort.h"
 #include "core/EventWindowPort.h"
 #include "handlers/ActOnFileDataHandler.h"
 #include "handlers/CommandDataHandler.h"
@@ -23,6 +25,17 @@ void DestroyEditView(QWidget* view)
     delete view;
 }
 
+EventSetWindowFactory gSetWindowFactory = nullptr;
+
+// The set window, then the editors that were open when the set was saved.
+EventSetWindowPort* MakeSetWindowWithEditors(EventSet* set)
+{
+    EventSetWindowPort* window = gSetWindowFactory != nullptr ? gSetWindowFactory(set) : nullptr;
+    if (window != nullptr)
+        OpenSavedEventWindows(set);
+    return window;
+}
+
 }  // namespace
 
 void InstallEventEditor()
@@ -34,4 +47,18 @@ void InstallEventEditor()
     UnknownDataHandler::SetEditViewMaker(&UnknownDataHandlerView::Make);
     SetEditViewDestroyer(&DestroyEditView);
     SetEventWindowFactory(&EventWindow::Make);
+    EventSetWindowFactory current = GetEventSetWindowFactory();
+    if (current != nullptr && current != &MakeSetWindowWithEditors) {
+        gSetWindowFactory = current;
+        SetEventSetWindowFactory(&MakeSetWindowWithEditors);
+    }
+}
+
+void OpenSavedEventWindows(EventSet* set)
+{
+    for (int32_t index = 0; index < set->CountEvents(); ++index) {
+        Event* event = set->EventAt(index);
+        if (event->GetShouldWindowOpen() && event->GetWindow() == nullptr)
+            event->OpenWindow();
+    }
 }

@@ -77,6 +77,16 @@ public:
         delete set;
     }
     EditorSetup(const EditorSetup&) = delete;
+    // Closes the window (if open) and opens a new one on the event.
+    void Reopen()
+    {
+        if (event->GetWindow() != nullptr)
+            event->GetWindow()->Quit();
+        Settle();
+        Autolock lock(set);
+        event->OpenWindow();
+        window = dynamic_cast<EventWindow*>(event->GetWindow());
+    }
     EditorSetup& operator=(const EditorSetup&) = delete;
 
     // A control of the window by its object name.

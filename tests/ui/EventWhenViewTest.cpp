@@ -25,7 +25,7 @@ const RowControl kRows[] = {
     {'T', "ByDate"},         {'D', "EventDate"},     {'M', "MonthMenu"},
     {'N', "DayOfMonthMenu"}, {'W', "WeekOfMonthMenu"}, {'O', "WeeklyDayMenu"},
     {'E', "MultipleField"},  {'S', "StartDate"},     {'H', "TimeOfDay"},
-    {'X', "StopTime"},
+    {'X', "StopTime"},       {'L', "MultipleUnit"},  {'U', "SubIntervalMenu"},
 };
 
 // The timing fields an edit may change, by name.
@@ -86,11 +86,11 @@ private slots:
             {Annually, ByDayOfWeek, "TMWH"},  {Monthly, ByDayOfMonth, "TNH"},
             {Monthly, ByDayOfWeek, "TWH"},    {Weekly, ByDayOfWeek, "TOH"},
             {Daily, ByDate, "H"},             {Weekdays, ByDate, "H"},
-            {Weekends, ByDate, "H"},          {MultiAnnually, ByDate, "TDESH"},
-            {MultiAnnually, ByDayOfMonth, "TMNESH"}, {MultiAnnually, ByDayOfWeek, "TMWESH"},
-            {MultiMonthly, ByDayOfMonth, "TNESH"},   {MultiMonthly, ByDayOfWeek, "TWESH"},
-            {MultiWeekly, ByDayOfWeek, "TOESH"},     {MultiDaily, ByDate, "ESH"},
-            {SubDaily, ByDate, "ESX"},
+            {Weekends, ByDate, "H"},          {MultiAnnually, ByDate, "TDELSH"},
+            {MultiAnnually, ByDayOfMonth, "TMNELSH"}, {MultiAnnually, ByDayOfWeek, "TMWELSH"},
+            {MultiMonthly, ByDayOfMonth, "TNELSH"},   {MultiMonthly, ByDayOfWeek, "TWELSH"},
+            {MultiWeekly, ByDayOfWeek, "TOELSH"},     {MultiDaily, ByDate, "ELSH"},
+            {SubDaily, ByDate, "EUSX"},
         };
         for (const Row& row : rows) {
             QTest::addRow("%s %d", PeriodTypeNames[row.period], int(row.timing))

@@ -5,6 +5,7 @@
 #include <QPlainTextEdit>
 #include <QStandardItemModel>
 #include <QTabWidget>
+#include <QTemporaryDir>
 #include <QTest>
 #include <QToolButton>
 
@@ -14,6 +15,7 @@
 #include "EditorTestSupport.h"
 #include "calvorin/EventAddOnData.h"
 #include "core/Clock.h"
+#include "core/EventSetWindowPort.h"
 #include "core/StandardIcons.h"
 #include "handlers/CommandDataHandler.h"
 #include "handlers/MessageDataHandler.h"
@@ -27,6 +29,22 @@ namespace {
 QString Text(EditorSetup& s, const char* label)
 {
     return s.Find<QLabel>(label)->text();
+}
+
+// A set window that shows nothing: what the editor needs of one is only
+// that it opens.
+class QuietSetWindow : public EventSetWindowPort {
+public:
+    void PostMessage(const Message&) override {}
+    void AddEventToView(Event*) override {}
+    void SortEvents() override {}
+    void RemoveEventFromView(Event*) override {}
+    void Activate() override {}
+};
+QuietSetWindow gQuietSetWindow;
+EventSetWindowPort* MakeQuietSetWindow(EventSet*)
+{
+    return &gQuietSetWindow;
 }
 
 QImage ButtonImage(QToolButton* button)
@@ -108,23 +126,16 @@ private slots:
         EditorSetup s;
         s.window->Tabs()->setCurrentIndex(EventWindow::kNagTab);
         s.window->setGeometry(130, 140, 620, 560);
+        Settle();
         QCOMPARE(s.event->GetTabShown(), int32_t(EventWindow::kNagTab));
         s.event->GetWindow()->Quit();
         QCOMPARE(s.event->GetWindow(), nullptr);
         const Rect frame = s.event->GetWindowFrame();
-        QCOMPARE(frame.left, 130.0f);
-        QCOMPARE(frame.top, 140.0f);
-        QCOMPARE(frame.Width(), 620.0f);
-        QCOMPARE(frame.Height(), 560.0f);
-        Settle();
-
-        {
-            Autolock lock(s.set);
-            s.event->OpenWindow();
-        }
-        auto* again = dynamic_cast<EventWindow*>(s.event->GetWindow());
-        QVERIFY(again != nullptr && again != s.window);
-        s.window = again;
+        QCOMPARE(frame, (Rect{130, 140, 749, 699}));
+        QPointer<EventWindow> first = s.window;
+        s.Reopen();
+        EventWindow* again = s.window;
+        QVERIFY(again != nullptr && first.isNull());
         QCOMPARE(again->Tabs()->currentIndex(), int(EventWindow::kNagTab));
         QCOMPARE(again->geometry(), QRect(130, 140, 620, 560));
     }
@@ -175,6 +186,31 @@ private slots:
         Settle();
         for (const QPointer<EventWindow>& window : windows)
             QVERIFY(window.isNull());
+    }
+
+    void editorsOpenAgainWithTheirSet()
+    {
+        QTemporaryDir folder;
+        const QByteArray path = folder.filePath("open-editors.calvorin").toUtf8();
+        {
+            EditorSetup s;
+            Autolock lock(s.set);
+            s.set->AddEvent(nullptr);  // no set window: its editor stays closed
+            s.set->SetFileName(path.constData());
+            QVERIFY(s.set->SaveData());
+        }
+        SetEventSetWindowFactory(&MakeQuietSetWindow);
+        InstallEventEditor();
+        ConstructorResult result = kReadFailed;
+        bool ok = false;
+        auto* set = new EventSet(path.constData(), true, &result, &ok);
+        SetEventSetWindowFactory(nullptr);
+        QVERIFY(ok && result == kReadComplete);
+        QCOMPARE(set->GetWindow(), static_cast<EventSetWindowPort*>(&gQuietSetWindow));
+        QVERIFY(dynamic_cast<EventWindow*>(set->EventAt(0)->GetWindow()) != nullptr);
+        QCOMPARE(set->EventAt(1)->GetWindow(), nullptr);
+        set->WindowClosed();
+        Settle();
     }
 
     void switchingHandlersKeepsEachHandlersData()
