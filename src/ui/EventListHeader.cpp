@@ -2,6 +2,7 @@
 
 #include <QMouseEvent>
 #include <QPainter>
+#include <QStyle>
 #include <QStyleOptionHeader>
 
 #include <algorithm>
@@ -12,6 +13,7 @@ EventListHeader::EventListHeader(QWidget* parent) : QHeaderView(Qt::Horizontal, 
     setSectionsMovable(true);
     setHighlightSections(false);
     setSortIndicatorShown(false);
+    setDefaultAlignment(Qt::AlignLeft | Qt::AlignVCenter);
     connect(this, &QHeaderView::sectionClicked, this, [this](int column) {
         emit SortKeyClicked(column, fClickModifiers.testFlag(Qt::ShiftModifier));
     });
@@ -25,9 +27,17 @@ void EventListHeader::ShowSortKeys(int32_t count, const int32_t* keys, const CLV
     viewport()->update();
 }
 
+int EventListHeader::TitleWidth(int column) const
+{
+    const int mark = style()->pixelMetric(QStyle::PM_HeaderMarkSize, nullptr, this) +
+                     style()->pixelMetric(QStyle::PM_HeaderMargin, nullptr, this);
+    return sectionSizeFromContents(column).width() + mark;
+}
+
 void EventListHeader::mousePressEvent(QMouseEvent* event)
 {
     fClickModifiers = event->modifiers();
+    fUserResizing = true;
     QHeaderView::mousePressEvent(event);
 }
 
@@ -35,6 +45,15 @@ void EventListHeader::mouseReleaseEvent(QMouseEvent* event)
 {
     fClickModifiers = event->modifiers();
     QHeaderView::mouseReleaseEvent(event);
+    fUserResizing = false;
+}
+
+void EventListHeader::mouseDoubleClickEvent(QMouseEvent* event)
+{
+    // A double click on an edge fits the column to its contents.
+    fUserResizing = true;
+    QHeaderView::mouseDoubleClickEvent(event);
+    fUserResizing = false;
 }
 
 int EventListHeader::KeyRank(int column) const

@@ -16,6 +16,14 @@ class EventListHeader : public QHeaderView {
 public:
     explicit EventListHeader(QWidget* parent = nullptr);
 
+    // The width a column needs to show its whole title and a sort mark.
+    int TitleWidth(int column) const;
+
+    // True while the user drags or double-clicks a column's edge, so that
+    // only the user's own resizing is kept (not the stretching of the
+    // last column or the widening of a column shown again).
+    bool IsUserResizing() const { return fUserResizing; }
+
     // The keys to show (the list's own; the header only draws them).
     void ShowSortKeys(int32_t count, const int32_t* keys, const CLVSortMode* modes);
 
@@ -26,6 +34,7 @@ signals:
 protected:
     void mousePressEvent(QMouseEvent* event) override;
     void mouseReleaseEvent(QMouseEvent* event) override;
+    void mouseDoubleClickEvent(QMouseEvent* event) override;
     void initStyleOptionForIndex(QStyleOptionHeader* option, int logicalIndex) const override;
     void paintSection(QPainter* painter, const QRect& rect, int logicalIndex) const override;
 
@@ -37,4 +46,5 @@ private:
     int32_t fKeys[5] = {};
     CLVSortMode fModes[5] = {};
     Qt::KeyboardModifiers fClickModifiers;
+    bool fUserResizing = false;
 };

@@ -1,12 +1,14 @@
 #include "ui/EventListView.h"
 
 #include <QKeyEvent>
+#include <QStyle>
 
 #include <algorithm>
 
 #include "calvorin/Event.h"
 #include "core/Message.h"
 #include "core/MessageTarget.h"
+#include "core/TimeText.h"
 #include "ui/EventListDelegate.h"
 #include "ui/EventListHeader.h"
 #include "ui/EventListModel.h"
@@ -52,7 +54,8 @@ EventListView::EventListView(EventSet* set, MessageTarget* window, QWidget* pare
     setFrameShape(QFrame::NoFrame);
     setIconSize(QSize(16, 16));
     setTextElideMode(Qt::ElideRight);
-    fHeader->setStretchLastSection(false);
+    // The last column takes the room that is left; its own width is kept.
+    fHeader->setStretchLastSection(true);
     fHeader->setMinimumSectionSize(kIconColumnWidth);
 
     AddColumnLabels();
@@ -83,10 +86,8 @@ void EventListView::AddColumnLabels()
     fApplyingLayout = true;
     fHeader->setSectionResizeMode(kIconColumn, QHeaderView::Fixed);
     fHeader->resizeSection(kIconColumn, kIconColumnWidth);
-    for (int column = kNameColumn; column < kNumberOfColumns; ++column) {
-        const int width = std::clamp(int(widths[column] + 0.5f), kIconColumnWidth, 4000);
-        fHeader->resizeSection(column, width);
-    }
+    for (int column = kNameColumn; column < kNumberOfColumns; ++column)
+        fHeader->resizeSection(column, ShownWidth(column, widths[column]));
     for (int column = 0; column < kNumberOfColumns; ++column)
         fHeader->setSectionHidden(column, !shown[column]);
     if (IsColumnPermutation(order)) {
@@ -95,6 +96,39 @@ void EventListView::AddColumnLabels()
     }
     fHeader->ShowSortKeys(fNumberOfKeys, fSortKeys, fSortModes);
     fApplyingLayout = false;
+}
+
+int EventListView::ShownWidth(int column, float stored) const
+{
+    // Widths saved with another font may be too small for a title; the
+    // list shows at least the title, and keeps the saved width until the
+    // user resizes the column.
+    const int width = std::clamp(int(stored + 0.5f), kIconColumnWidth, 4000);
+    return std::max({width, fHeader->TitleWidth(column), ContentWidth(column)});
+}
+
+int EventListView::ContentWidth(int column) const
+{
+    // Times and states have texts of a fixed form, which are no use cut
+    // short: their columns are always wide enough for the longest one.
+    QStringList samples;
+    if (column == kEventTimeColumn || column == kNextMessageTimeColumn) {
+        char text[kDateTimeStringSize];
+        // A wide date and time: Wednesday, September 28 2033, 12:59.
+        GetDateTimeString(2011525140L, true, text);
+        samples << QString::fromUtf8(text);
+    } else if (column == kStatusColumn) {
+        for (const char* status : StatusMessages)
+            samples << QString::fromUtf8(status);
+        samples << QString::fromUtf8(InactiveStatusText);
+    }
+    int widest = 0;
+    for (const QString& sample : samples)
+        widest = std::max(widest, fontMetrics().horizontalAdvance(sample));
+    if (widest == 0)
+        return 0;
+    // The cell's own margins on either side.
+    return widest + 2 * (style()->pixelMetric(QStyle::PM_FocusFrameHMargin, nullptr, this) + 1) + 6;
 }
 
 void EventListView::AddEvent(Event* event)
@@ -148,7 +182,7 @@ void EventListView::SetColumnShown(int column, bool shown)
         int width = kIconColumnWidth;
         if (column != kIconColumn) {
             Autolock lock(fSet);
-            width = std::clamp(int(fSet->GetColumnWidth(column) + 0.5f), kIconColumnWidth, 4000);
+            width = ShownWidth(column, fSet->GetColumnWidth(column));
         }
         fHeader->resizeSection(column, width);
     }
@@ -225,8 +259,8 @@ void EventListView::DisplayOrderChanged()
 
 void EventListView::ColumnWidthChanged(int column, int width)
 {
-    if (fApplyingLayout || column <= kIconColumn || column >= kNumberOfColumns || width <= 0 ||
-        fHeader->isSectionHidden(column))
+    if (fApplyingLayout || !fHeader->IsUserResizing() || column <= kIconColumn ||
+        column >= kNumberOfColumns || width <= 0 || fHeader->isSectionHidden(column))
         return;
     Autolock lock(fSet);
     fSet->SetColumnWidth(column, float(width));

@@ -55,6 +55,8 @@ protected:
 
 private:
     void AddColumnLabels();
+    int ShownWidth(int column, float stored) const;
+    int ContentWidth(int column) const;
     void SortingChanged();
     void DisplayOrderChanged();
     void ColumnWidthChanged(int column, int width);

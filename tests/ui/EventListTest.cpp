@@ -51,6 +51,17 @@ struct ListFixture {
         QTest::mouseClick(header->viewport(), Qt::LeftButton,
                           shift ? Qt::ShiftModifier : Qt::NoModifier, QPoint(x, header->height() / 2));
     }
+    // Drags the right edge of a column's header by dx, as a user resizes it.
+    void DragEdge(int column, int dx)
+    {
+        QHeaderView* header = view->header();
+        const int edge = header->sectionViewportPosition(column) + header->sectionSize(column) - 1;
+        const int y = header->height() / 2;
+        QTest::mousePress(header->viewport(), Qt::LeftButton, Qt::NoModifier, QPoint(edge, y));
+        QTest::mouseMove(header->viewport(), QPoint(edge + dx / 2, y));
+        QTest::mouseMove(header->viewport(), QPoint(edge + dx, y));
+        QTest::mouseRelease(header->viewport(), Qt::LeftButton, Qt::NoModifier, QPoint(edge + dx, y));
+    }
     void SelectRow(int row)
     {
         view->SelectEvent(view->Model()->EventAt(row));
@@ -115,10 +126,23 @@ private slots:
         QCOMPARE(header->sectionSize(kIconColumn), 20);
         QCOMPARE(header->sectionResizeMode(kIconColumn), QHeaderView::Fixed);
         QCOMPARE(header->sectionSize(kNameColumn), 190);
-        QCOMPARE(header->sectionSize(kHandlerColumn), 60);
-        QCOMPARE(header->sectionSize(kStatusColumn), 115);
+        // A width too small for the title (saved with another font) shows
+        // the whole title, and the set keeps its width.
+        auto* labels = static_cast<EventListHeader*>(header);
+        QCOMPARE(header->sectionSize(kHandlerColumn), std::max(60, labels->TitleWidth(kHandlerColumn)));
+        {
+            Autolock lock(list.set);
+            list.set->SetColumnWidth(kStatusColumn, 5);
+        }
+        list.view = std::make_unique<EventListView>(list.set, &list.window);
+        header = list.view->header();
+        // Status texts have a fixed form: the column shows them whole.
+        QVERIFY(header->sectionSize(kStatusColumn) >
+                list.view->fontMetrics().horizontalAdvance("Waiting for prewarning"));
         for (int column = 0; column < 6; ++column)
             QCOMPARE(header->visualIndex(column), column);
+        Autolock lock(list.set);
+        QCOMPARE(list.set->GetColumnWidth(kStatusColumn), 5.0f);
     }
 
     void RowsShowTheEventsColumnTexts()
@@ -270,7 +294,7 @@ private slots:
             QHeaderView* header = list.view->header();
             // Status to the front of the named columns, Name wider, Handler hidden.
             header->moveSection(header->visualIndex(kStatusColumn), 1);
-            header->resizeSection(kNameColumn, 250);
+            list.DragEdge(kNameColumn, 60);
             list.view->SetColumnShown(kHandlerColumn, false);
             {
                 Autolock lock(list.set);
@@ -297,9 +321,33 @@ private slots:
         // Shown again, the column has its old width.
         reopened.view->SetColumnShown(kHandlerColumn, true);
         QVERIFY(!header->isSectionHidden(kHandlerColumn));
-        QCOMPARE(header->sectionSize(kHandlerColumn), 60);
+        // (It is the last column now, so it may have grown to fill the row.)
+        QVERIFY(header->sectionSize(kHandlerColumn) >=
+                std::max(60, reopened.view->Header()->TitleWidth(kHandlerColumn)));
         Autolock lock(reopened.set);
         QVERIFY(!reopened.set->HasBeenModified());
+    }
+
+    void OnlyTheUsersResizingIsKept()
+    {
+        ListFixture list;
+        QHeaderView* header = list.view->header();
+        // The last column fills the width that is left, whatever it is.
+        list.view->resize(1200, 300);
+        Settle();
+        QVERIFY(header->sectionViewportPosition(kStatusColumn) + header->sectionSize(kStatusColumn) >= 1100);
+        list.view->SetColumnShown(kNextMessageTimeColumn, true);
+        list.view->SetColumnShown(kNextMessageTimeColumn, false);
+        {
+            Autolock lock(list.set);
+            QCOMPARE(list.set->GetColumnWidth(kStatusColumn), 115.0f);
+            QCOMPARE(list.set->GetColumnWidth(kNextMessageTimeColumn), 150.0f);
+        }
+        const int before = header->sectionSize(kEventTimeColumn);
+        list.DragEdge(kEventTimeColumn, 40);
+        QCOMPARE(header->sectionSize(kEventTimeColumn), before + 40);
+        Autolock lock(list.set);
+        QCOMPARE(list.set->GetColumnWidth(kEventTimeColumn), float(before + 40));
     }
 
     void ABadColumnOrderInTheSetLeavesTheNaturalOrder()
