@@ -184,22 +184,21 @@ void EventSet::EventModified(Event* event)
 
 void EventSet::EvalNextEvent()
 {
-    if (fEvents.empty()) {
-        fNextEventTime = 0;
-        fNextEventIndex = -1;
-        return;
-    }
-    int32_t time = fEvents[0]->GetNextEventTime();
-    int32_t index = 0;
-    for (size_t i = 1; i < fEvents.size(); ++i) {
-        int32_t candidate = fEvents[i]->GetNextEventTime();
+    // The smallest non-zero next time, ties to the earliest in the list. An
+    // inactive event keeps its times but is never delivered, so it does not
+    // count here either.
+    int32_t time = 0;
+    int32_t index = -1;
+    for (size_t i = 0; i < fEvents.size(); ++i) {
+        const Event* event = fEvents[i];
+        int32_t candidate = event->GetActive() ? event->GetNextEventTime() : 0;
         if (candidate != 0 && (candidate < time || time == 0)) {
             time = candidate;
             index = int32_t(i);
         }
     }
     fNextEventTime = time;
-    fNextEventIndex = time == 0 ? -1 : index;
+    fNextEventIndex = index;
 }
 
 Event* EventSet::GetNextEvent()

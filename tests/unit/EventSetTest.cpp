@@ -202,6 +202,12 @@ TEST_F(EventSetTest, NextEventIsTheEarliestNonZeroTimeFirstInListOnTies)
     EXPECT_EQ(set->GetNextEventTime(&event), 300);
     EXPECT_EQ(event, set->EventAt(4));
     EXPECT_EQ(set->GetNextEvent(), set->EventAt(4));
+
+    // An inactive event is never delivered, so it is never the next one.
+    set->EventAt(4)->RawFields().Active() = false;
+    set->EventAt(5)->RawFields().Active() = false;
+    EXPECT_EQ(set->GetNextEventTime(&event), 500);
+    EXPECT_EQ(event, set->EventAt(2));
 }
 
 TEST_F(EventSetTest, LeafIsAfterTheLastSlashThatIsNotAtTheEnd)
