@@ -14,6 +14,9 @@
 #include <QTimer>
 #include <QVBoxLayout>
 
+#include <bit>
+#include <iterator>
+
 #include "core/CalendarFunctions.h"
 #include "core/CalvorinSettings.h"
 #include "core/Clock.h"

@@ -2,7 +2,8 @@
 
 #include <QCloseEvent>
 #include <QCoreApplication>
-#include <QGuiApplication>
+#include <QApplication>
+#include <QLineEdit>
 #include <QScreen>
 #include <QTabWidget>
 #include <QThread>
@@ -283,6 +284,13 @@ void EventWindow::CloseDown()
 {
     if (fClosed)
         return;
+    // A one-line field still being typed in is committed, as leaving it would.
+    if (auto* field = qobject_cast<QLineEdit*>(QApplication::focusWidget())) {
+        if (isAncestorOf(field) && field->isModified()) {
+            field->setModified(false);
+            emit field->editingFinished();
+        }
+    }
     if (fIconPanel != nullptr)
         fIconPanel->close();
     StoreFrame();

@@ -2,6 +2,7 @@
 // controls: number fields that refuse values below 1, the greying of
 // controls without effect, texts stored as they are typed, and which
 // changes mark the set modified.
+#include <QApplication>
 #include <QFileDialog>
 #include <QLabel>
 #include <QPlainTextEdit>
@@ -198,7 +199,7 @@ private slots:
         QVERIFY(s.set->HasBeenModified());
     }
 
-    void commandCheckBoxDoesNotMarkModified()
+    void commandTextMarksModifiedButNotTheCheckBox()
     {
         EditorSetup s;
         Select(s, kCommandHandler);
@@ -216,6 +217,16 @@ private slots:
         TypeAndCommit(s.Find<QLineEdit>("CommandField"), "touch /tmp/x");
         QCOMPARE(QByteArray(data->GetCommand()), QByteArray("touch /tmp/x"));
         QVERIFY(s.set->HasBeenModified());
+
+        // Text still being typed when the window closes is kept.
+        auto* field = s.Find<QLineEdit>("CommandField");
+        s.window->activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(s.window));
+        field->setFocus();
+        QTest::keyClicks(field, " /tmp/y");
+        QCOMPARE(QApplication::focusWidget(), static_cast<QWidget*>(field));
+        s.event->GetWindow()->Quit();
+        QCOMPARE(QByteArray(data->GetCommand()), QByteArray("touch /tmp/x /tmp/y"));
     }
 
     void actOnFileChoosesThroughTheDialog()
