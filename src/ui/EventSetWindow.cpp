@@ -3,7 +3,6 @@
 #include <QAction>
 #include <QActionGroup>
 #include <QApplication>
-#include <QClipboard>
 #include <QCloseEvent>
 #include <QDragEnterEvent>
 #include <QDropEvent>
@@ -31,7 +30,9 @@
 #include "core/EventWindowPort.h"
 #include "core/MessageTarget.h"
 #include "core/OpenSets.h"
+#include "ui/AboutBox.h"
 #include "ui/DocumentApp.h"
+#include "ui/EventClipboard.h"
 #include "ui/EventListModel.h"
 #include "ui/EventListView.h"
 #include "ui/QuitFlags.h"
@@ -156,7 +157,7 @@ QAction* EventSetWindow::AddItem(QMenu* menu, const char* label, uint32_t what,
                 AskApplicationToQuit();
                 break;
             case Target::About:
-                ShowAbout();
+                AboutBox::Show(this);
                 break;
         }
     });
@@ -858,25 +859,13 @@ void EventSetWindow::CopyEvent(Event* event)
         name = QString::fromUtf8(event->GetName() != nullptr ? event->GetName() : "");
     }
     // A copy that could not be made leaves the clipboard empty.
-    auto* data = new QMimeData;
-    if (generated) {
-        const std::vector<uint8_t> bytes = transfer.Flatten();
-        data->setText(name);
-        data->setData(QString::fromLatin1(kEventClipboardType),
-                      QByteArray(reinterpret_cast<const char*>(bytes.data()), qsizetype(bytes.size())));
-    }
-    QGuiApplication::clipboard()->setMimeData(data);
+    EventClipboard::Put(name, generated ? &transfer : nullptr);
 }
 
 void EventSetWindow::PasteEvent()
 {
-    const QMimeData* data = QGuiApplication::clipboard()->mimeData();
-    const QString type = QString::fromLatin1(kEventClipboardType);
-    if (data == nullptr || !data->hasFormat(type))
-        return;
-    const QByteArray bytes = data->data(type);
-    Message transfer;
-    if (transfer.Unflatten(bytes.constData(), size_t(bytes.size())) != B_OK)
+    std::optional<Message> transfer = EventClipboard::Take();
+    if (!transfer)
         return;
 
     Event* pasted = nullptr;
@@ -885,7 +874,7 @@ void EventSetWindow::PasteEvent()
         Autolock lock(fSet);
         bool ok = false;
         const bool wasModified = fSet->HasBeenModified();
-        auto* event = new Event(fSet, &transfer, &ok);
+        auto* event = new Event(fSet, &*transfer, &ok);
         if (ok) {
             fSet->AddEvent(event);
             pasted = event;
@@ -899,29 +888,6 @@ void EventSetWindow::PasteEvent()
     if (pasted != nullptr)
         fListView->SelectEvent(pasted);
     UpdateTitle();
-}
-
-// --- About ------------------------------------------------------------------------
-
-void EventSetWindow::ShowAbout()
-{
-    auto* about = new QMessageBox(this);
-    about->setAttribute(Qt::WA_DeleteOnClose);
-    about->setObjectName(QStringLiteral("AboutBox"));
-    about->setWindowTitle(QStringLiteral("About Calvorin"));
-    const QIcon icon = QApplication::windowIcon();
-    if (icon.isNull())
-        about->setIcon(QMessageBox::Information);
-    else
-        about->setIconPixmap(icon.pixmap(64, 64));
-    about->setText(QStringLiteral("<h3>Calvorin</h3><p>Version %1</p>")
-                       .arg(QStringLiteral(CALVORIN_VERSION)));
-    about->setInformativeText(
-        QStringLiteral("Keeps your appointments in event sets and reminds you of them when they "
-                       "fall due.<br><br>Licence: MIT"));
-    about->setStandardButtons(QMessageBox::Ok);
-    about->setWindowModality(Qt::WindowModal);
-    about->open();
 }
 
 // --- Drag and drop ----------------------------------------------------------------

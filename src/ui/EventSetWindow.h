@@ -15,6 +15,7 @@
 
 #include "core/EventSetWindowPort.h"
 #include "core/Message.h"
+#include "ui/EventClipboard.h"
 #include "ui/SetFilePanel.h"
 
 class EventListView;
@@ -44,8 +45,6 @@ constexpr uint32_t kPasteEventMsg = MakeTypeCode('P', 'S', 'T', 'E');
 constexpr uint32_t kSavePanelCancelledMsg = MakeTypeCode('_', 'C', 'N', 'L');
 constexpr uint32_t kAboutRequestedMsg = MakeTypeCode('_', 'A', 'B', 'R');
 
-// The clipboard type of a copied event: the flattened transfer message.
-constexpr const char* kEventClipboardType = "application/x-vnd.QZ-Calvorin-event";
 // The title of a set that has never been saved.
 constexpr const char* kUntitledSetTitle = "Untitled event set";
 
@@ -127,7 +126,6 @@ private:
     void SavePanelCancelled();
     void ShowSavePrompt();
     void SavePromptAnswered(int answer);
-    void ShowAbout();
     void CloseForGood();
     static void AskApplicationToQuit();
 
