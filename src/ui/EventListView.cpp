@@ -107,6 +107,20 @@ int EventListView::ShownWidth(int column, float stored) const
     return std::max({width, fHeader->TitleWidth(column), ContentWidth(column)});
 }
 
+int EventListView::PreferredWidth() const
+{
+    int width = 0;
+    {
+        Autolock lock(fSet);
+        for (int column = 0; column < kNumberOfColumns; ++column) {
+            if (!fSet->GetColumnShown(column))
+                continue;
+            width += column == kIconColumn ? kIconColumnWidth : ShownWidth(column, fSet->GetColumnWidth(column));
+        }
+    }
+    return width + 2 * frameWidth() + style()->pixelMetric(QStyle::PM_ScrollBarExtent, nullptr, this);
+}
+
 int EventListView::ContentWidth(int column) const
 {
     // Times and states have texts of a fixed form, which are no use cut

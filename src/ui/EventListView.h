@@ -39,6 +39,9 @@ public:
     void SetColumnShown(int column, bool shown) override;
     QWidget* GetWidget() override { return this; }
 
+    // The width that shows every shown column whole, with the scroll bar.
+    int PreferredWidth() const;
+
     // Posts the invocation message for the selected event (null if none).
     void Invoke();
 

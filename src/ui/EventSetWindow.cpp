@@ -14,9 +14,11 @@
 #include <QMetaObject>
 #include <QMimeData>
 #include <QPushButton>
+#include <QScreen>
 #include <QThread>
 #include <QUrl>
 
+#include <algorithm>
 #include <cstring>
 #include <string>
 
@@ -108,6 +110,7 @@ EventSetWindow::EventSetWindow(EventSet* set) : fSet(set)
                     int(frame.Height()) + 1);
     else
         resize(554, 325);
+    FitColumns();
 
     if (DocumentApp* app = DocumentApp::Instance()) {
         app->RegisterWindow();
@@ -274,6 +277,20 @@ void EventSetWindow::MakeListView()
                 fDisplayMenu->popup(fListView->header()->mapToGlobal(position));
             });
     fListView->setFocus();
+}
+
+void EventSetWindow::FitColumns()
+{
+    // A window too narrow for its columns (a frame saved with a smaller
+    // font) grows to show them all, as far as the screen allows.
+    const int wanted = fListView->PreferredWidth();
+    if (width() >= wanted)
+        return;
+    const QScreen* screen = QGuiApplication::screenAt(geometry().center());
+    if (screen == nullptr)
+        screen = QGuiApplication::primaryScreen();
+    const int room = screen != nullptr ? screen->availableGeometry().right() - x() : wanted;
+    resize(std::min(wanted, std::max(width(), room)), height());
 }
 
 EventSetViewInterface* EventSetWindow::GetEventsView() const

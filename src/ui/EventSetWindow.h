@@ -111,6 +111,7 @@ private:
     QAction* AddItem(QMenu* menu, const char* label, uint32_t what, const QKeySequence& shortcut,
                      Target target, bool enabled = true);
     void MakeListView();
+    void FitColumns();
     void UpdateTitle();
     void UpdateSelectionItems();
     void StoreFrame();

@@ -626,6 +626,24 @@ private slots:
         QVERIFY(!IsModified(set));
     }
 
+    void ANarrowFrameGrowsToShowEveryColumn()
+    {
+        EventSet* set = NewLoadedSet(false);
+        {
+            Autolock lock(set);
+            set->SetWindowFrame(Rect{10, 10, 309, 209});
+            set->OpenWindow();
+        }
+        EventSetWindow* window = WindowOf(set);
+        QVERIFY(QTest::qWaitForWindowExposed(window));
+        QVERIFY(window->width() > 300);
+        QCOMPARE(window->width(), window->GetListView()->PreferredWidth());
+        QCOMPARE(window->height(), 200);
+        QVERIFY(window->GetListView()->header()->length() <= window->GetListView()->viewport()->width());
+        Autolock lock(set);
+        QCOMPARE(set->GetWindowFrame().Width() + 1, float(window->width()));
+    }
+
     void UntitledSetsAndSavedOnesHaveTheirTitles()
     {
         EventSetWindow* window = OpenNewWindow();
