@@ -127,6 +127,17 @@ SettingsWindow* SettingsWindow::Open()
     return window;
 }
 
+void SettingsWindow::CloseOpen()
+{
+    SettingsWindow* open;
+    {
+        Autolock lock(CalvorinSettings::Protect);
+        open = dynamic_cast<SettingsWindow*>(CalvorinSettings::Window);
+    }
+    if (open != nullptr)
+        open->close();
+}
+
 void SettingsWindow::PostMessage(const Message& message)
 {
     QMetaObject::invokeMethod(

@@ -36,6 +36,9 @@ public:
     // The application's "Settings…": under the settings lock, brings the
     // open window to the front or makes one at SettingsWindowFrame.
     static SettingsWindow* Open();
+    // Closes the open window, if any, so that its frame is taken into the
+    // settings (per "Remember window defaults") before they are written.
+    static void CloseOpen();
 
     // From any thread.
     void PostMessage(const Message& message) override;

@@ -209,6 +209,13 @@ private slots:
 
         window = SettingsWindow::Open();
         QCOMPARE(window->geometry(), QRect(300, 200, 500, 420));
+
+        // Closed by the application as it quits: the frame is taken too.
+        window->setGeometry(320, 210, 500, 420);
+        SettingsWindow::CloseOpen();
+        QVERIFY(CalvorinSettings::Window == nullptr);
+        QCOMPARE(CalvorinSettings::SettingsWindowFrame, (Rect{320, 210, 819, 629}));
+        SettingsWindow::CloseOpen();  // none open: nothing happens
     }
 
 private:
