@@ -231,6 +231,15 @@ void EventSetWindow::BuildMenus()
         });
     }
 
+    // The rows' context menu: the event commands of the Edit and Event menus.
+    fEventMenu = new QMenu(this);
+    fEventMenu->setObjectName(QStringLiteral("EventContextMenu"));
+    fEventMenu->addActions({fEditItem, ActionFor(kNewEventMsg)});
+    fEventMenu->addSeparator();
+    fEventMenu->addActions({fCutItem, fCopyItem, ActionFor(kPasteEventMsg)});
+    fEventMenu->addSeparator();
+    fEventMenu->addAction(fDeleteItem);
+
     fDisplayMenu = view->addMenu(QStringLiteral("Display"));
     struct DisplayItem {
         const char* label;
@@ -267,15 +276,24 @@ QAction* EventSetWindow::ActionFor(uint32_t what, int32_t mode) const
 
 void EventSetWindow::MakeListView()
 {
-    delete fListView;
+    if (fListView != nullptr) {
+        takeCentralWidget();
+        delete fListView;
+    }
     fListView = new EventListView(fSet, this, this);
     setCentralWidget(fListView);
-    // The header's context menu shows and hides the columns, as "Display".
+    // The header's context menu shows and hides the columns, as "Display";
+    // the rows' offers what can be done with an event.
     fListView->header()->setContextMenuPolicy(Qt::CustomContextMenu);
     connect(fListView->header(), &QWidget::customContextMenuRequested, this,
             [this](const QPoint& position) {
                 fDisplayMenu->popup(fListView->header()->mapToGlobal(position));
             });
+    fListView->setContextMenuPolicy(Qt::CustomContextMenu);
+    connect(fListView, &QWidget::customContextMenuRequested, this, [this](const QPoint& position) {
+        UpdateSelectionItems();
+        fEventMenu->popup(fListView->viewport()->mapToGlobal(position));
+    });
     fListView->setFocus();
 }
 

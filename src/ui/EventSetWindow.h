@@ -137,6 +137,7 @@ private:
     QAction* fEditItem = nullptr;
     QAction* fDeleteItem = nullptr;
     QMenu* fDisplayMenu = nullptr;
+    QMenu* fEventMenu = nullptr;
     QPointer<SetFilePanel> fSavePanel;
     QPointer<QMessageBox> fSavePrompt;
     bool fQuitOnceSaved = false;

@@ -7,6 +7,7 @@
 #include <QApplication>
 #include <QCheckBox>
 #include <QClipboard>
+#include <QContextMenuEvent>
 #include <QDropEvent>
 #include <QFile>
 #include <QHeaderView>
@@ -318,6 +319,18 @@ private slots:
         list->clearSelection();
         Settle();
         QCOMPARE(enabled(), std::vector<bool>(4, false));
+
+        // A right click on a row selects it and offers the event commands.
+        QContextMenuEvent context(QContextMenuEvent::Mouse, cell.center(), list->viewport()->mapToGlobal(cell.center()));
+        QTest::mousePress(list->viewport(), Qt::RightButton, Qt::NoModifier, cell.center());
+        QCoreApplication::sendEvent(list->viewport(), &context);
+        auto* menu = window->findChild<QMenu*>("EventContextMenu");
+        QVERIFY(menu != nullptr);
+        QTRY_VERIFY(menu->isVisible());
+        QCOMPARE(Describe(menu), QStringList({"Edit event…  Ctrl+E", "New event…  Ctrl+Shift+N", "-",
+                                              "Cut  Ctrl+X", "Copy  Ctrl+C", "Paste  Ctrl+V", "-",
+                                              "Delete event"}));
+        menu->close();
     }
 
     void NewEventIsAddedSelectedAndOpened()
