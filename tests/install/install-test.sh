@@ -13,8 +13,6 @@ build=$(cd "$1" && pwd)
 source=$(cd "$2" && pwd)
 work=$(mktemp -d)
 prefix="$work/prefix"
-app_pid=""
-companion=""
 
 fail() {
     echo "install-test: $*" >&2
@@ -24,13 +22,30 @@ note() {
     echo "install-test: $*"
 }
 
-# Whatever happens, no program started here stays behind.
+# Whatever happens, no program started here stays behind: every process
+# that runs a program of the private installation is ended (asked first,
+# then killed).
+ours() {
+    for entry in /proc/[0-9]*; do
+        exe=$(readlink "$entry/exe" 2>/dev/null) || continue
+        case "$exe" in
+            "$work"/*) echo "${entry#/proc/}" ;;
+        esac
+    done
+}
 cleanup() {
-    if [ -n "$app_pid" ]; then
-        kill "$app_pid" 2>/dev/null
-    fi
-    if [ -n "$companion" ]; then
-        kill "$companion" 2>/dev/null
+    pids=$(ours)
+    if [ -n "$pids" ]; then
+        # shellcheck disable=SC2086
+        kill $pids 2>/dev/null
+        i=0
+        while [ -n "$(ours)" ] && [ "$i" -lt 30 ]; do
+            sleep 0.1
+            i=$((i + 1))
+        done
+        pids=$(ours)
+        # shellcheck disable=SC2086
+        [ -z "$pids" ] || kill -9 $pids 2>/dev/null
     fi
     rm -rf "$work"
 }
@@ -200,20 +215,26 @@ if [ ! -e "$prefix/$bindir/calvorin" ]; then
 fi
 
 # The whole installation moves; the programs find each other relative to
-# where they are now.
+# where they are now. A decoy "calvorin" comes first on PATH: the companion
+# must start the installed application beside it, not whatever PATH finds.
 moved="$work/moved"
 mv "$prefix" "$moved"
 export XDG_DATA_HOME="$moved/$datadir"
 app="$moved/$bindir/calvorin"
 ctl="$moved/$bindir/calvorinctl"
 expected_companion="$moved/$libexecdir/calvorin/CalvorinBackground"
+mkdir -p "$work/decoy"
+printf '#!/bin/sh\necho "$0 $*" >> "%s"\n' "$work/decoy.log" > "$work/decoy/calvorin"
+chmod 755 "$work/decoy/calvorin"
+export PATH="$work/decoy:$PATH"
 
-app_version=$("$app" --version 2>&1) || fail "calvorin --version failed: $app_version"
-echo "$app_version" | grep -q "$project_version" || fail "calvorin --version says \"$app_version\""
+app_version=$(QT_QPA_PLATFORM=offscreen "$app" --version 2>&1) || fail "calvorin --version failed: $app_version"
+[ "$app_version" = "calvorin $project_version" ] || fail "calvorin --version says \"$app_version\""
 
 # Started as at login: it delivers (nothing), hands the companion the next
 # time and ends; the companion stays.
-QT_QPA_PLATFORM=offscreen "$app" -background > "$work/app.out" 2>&1 &
+export QT_QPA_PLATFORM=offscreen
+"$app" -background > "$work/app.out" 2>&1 < /dev/null &
 app_pid=$!
 i=0
 while kill -0 "$app_pid" 2>/dev/null; do
@@ -223,7 +244,6 @@ while kill -0 "$app_pid" 2>/dev/null; do
 done
 wait "$app_pid"
 status=$?
-app_pid=""
 [ "$status" -eq 0 ] || fail "calvorin -background ended with status $status: $(cat "$work/app.out")"
 
 "$ctl" --json status > "$work/status.json" 2>&1 || fail "calvorinctl status failed: $(cat "$work/status.json")"
@@ -232,6 +252,20 @@ companion=$(sed -n 's/^ *"pid": \([0-9][0-9]*\).*/\1/p' "$work/status.json")
 running=$(readlink "/proc/$companion/exe")
 [ "$running" = "$expected_companion" ] ||
     fail "the companion running is $running, not $expected_companion"
+
+# At a wake-up time the companion starts the installed application, which
+# reads its settings (made anew here) and ends again.
+settings="$XDG_CONFIG_HOME/calvorin/settings.sqlite"
+rm -f "$settings"
+"$ctl" companion-set $(( $(date +%s) - 1 )) > /dev/null || fail "companion-set failed"
+i=0
+while [ ! -e "$settings" ]; do
+    [ ! -e "$work/decoy.log" ] || fail "the companion started the calvorin on PATH: $(cat "$work/decoy.log")"
+    i=$((i + 1))
+    [ "$i" -gt 300 ] && fail "the companion did not start the installed calvorin at the wake-up time"
+    sleep 0.1
+done
+
 "$ctl" companion-quit > /dev/null || fail "the companion did not take the quit request"
 i=0
 while kill -0 "$companion" 2>/dev/null; do
@@ -239,6 +273,5 @@ while kill -0 "$companion" 2>/dev/null; do
     [ "$i" -gt 100 ] && fail "the companion did not quit"
     sleep 0.1
 done
-companion=""
 
 echo "install: ok"
