@@ -155,12 +155,17 @@ for page in calvorin calvorinctl; do
 done
 
 # --- the desktop knows event sets --------------------------------------------
-# The private prefix's data folder is the user's data folder here. gio is
+# Now the private prefix's data folder is the user's data folder: installing
+# there again brings the MIME and desktop entry caches up to date. gio is
 # what xdg-mime asks on GNOME; the generic path would ask file(1), which
 # does not read the shared MIME database.
 export XDG_DATA_HOME="$prefix/$datadir"
-update-mime-database "$XDG_DATA_HOME/mime" || fail "update-mime-database failed"
-update-desktop-database "$XDG_DATA_HOME/applications" || fail "update-desktop-database failed"
+cmake --install "$build" --prefix "$prefix" > "$work/install-live.log" 2>&1 ||
+    fail "cmake --install failed the second time: $(cat "$work/install-live.log")"
+grep -q "Updating the MIME database" "$work/install-live.log" ||
+    fail "installing into the desktop's data folder did not update its MIME database"
+[ -f "$XDG_DATA_HOME/mime/mime.cache" ] || fail "no MIME cache after the install"
+[ -f "$XDG_DATA_HOME/applications/mimeinfo.cache" ] || fail "no desktop entry cache after the install"
 
 type="application/x-vnd.QZ-CalvorinEventSet"
 "$prefix/$bindir/calvorinctl" new "$work/Work.calvorin" > /dev/null || fail "calvorinctl new failed"
