@@ -47,16 +47,17 @@ int RunStatus(const CliOptions& options, const std::vector<std::string>& args)
         std::printf("%s\n", out.dump(2).c_str());
         return 0;
     }
-    if (!running) {
-        std::printf(silent ? "CalvorinBackground does not answer.\n"
-                           : "CalvorinBackground is not running.\n");
-        return 0;
-    }
-    std::printf("CalvorinBackground is running (pid %d).\n", int(pid));
-    if (hasWhen)
-        std::printf("Next wake-up: %s (%d)\n", whenText.c_str(), int(when));
+    // Two lines, always in this form, for people and scripts alike.
+    if (silent)
+        std::fprintf(stderr, "calvorinctl: CalvorinBackground listens but does not answer\n");
+    if (running)
+        std::printf("companion: running (pid %d)\n", int(pid));
     else
-        std::printf("It holds no wake-up time.\n");
+        std::printf("companion: not running\n");
+    if (hasWhen)
+        std::printf("next wake-up: %d (%s)\n", int(when), whenText.c_str());
+    else
+        std::printf("next wake-up: none\n");
     return 0;
 }
 

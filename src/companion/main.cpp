@@ -2,9 +2,10 @@
 // and wakes Calvorin when it comes. Runs as the single instance of its
 // signature; a second start hands its launch message to the running one.
 //
-// Calvorin's executable is "calvorin" beside this program, else "calvorin"
-// on PATH. The environment variable CALVORIN_APP_EXECUTABLE, when set,
-// names another executable to start instead (tests use it).
+// Calvorin's executable is "calvorin" beside this program (a build tree),
+// else in the installed bindir, else "calvorin" on PATH. The environment
+// variable CALVORIN_APP_EXECUTABLE, when set, names another executable to
+// start instead (tests use it).
 #include <cerrno>
 #include <chrono>
 #include <csignal>
@@ -23,6 +24,7 @@
 #include "companion/RealtimeTimer.h"
 #include "core/Clock.h"
 #include "core/Message.h"
+#include "platform/InstallLayout.h"
 #include "platform/LaunchMessage.h"
 #include "platform/Roster.h"
 #include "platform/RosterListener.h"
@@ -41,9 +43,10 @@ std::string FindApplication()
     const char* chosen = std::getenv("CALVORIN_APP_EXECUTABLE");
     if (chosen && chosen[0])
         return chosen;
-    std::string beside = Roster::OwnFolder() + "/" + kCalvorinFileName;
-    if (IsExecutableFile(beside))
-        return beside;
+    // Beside this program in a build tree, in the installed bindir otherwise.
+    std::string installed = InstallLayout::ApplicationExecutable();
+    if (IsExecutableFile(installed))
+        return installed;
     const char* path = std::getenv("PATH");
     std::string folders = path ? path : "";
     for (size_t start = 0; start <= folders.size();) {
@@ -55,7 +58,7 @@ std::string FindApplication()
             return folder + "/" + kCalvorinFileName;
         start = colon + 1;
     }
-    return beside;
+    return installed;
 }
 
 const char* LaunchProblem(status_t result)
@@ -104,7 +107,7 @@ int main(int argc, char** argv)
                 "Holds Calvorin's next wake-up time and starts Calvorin when it comes.\n"
                 "Calvorin starts it; it is not meant to be run by hand.\n"
                 "Environment: CALVORIN_APP_EXECUTABLE names the program to start instead of\n"
-                "\"calvorin\" (beside this program, or on PATH).\n");
+                "\"calvorin\" (beside this program, in the installed bindir, or on PATH).\n");
             return 0;
         }
     }

@@ -75,8 +75,8 @@ wait_for '[ "$(companion_pid)" = "$started_pid" ]' || fail "CalvorinBackground d
 due=$(( $(date +%s) + 2 ))
 "$ctl" companion-set "$due" | grep -q "has the request" || fail "companion-set did not reach it"
 "$ctl" status > "$work/status" || fail "status failed"
-grep -q "^CalvorinBackground is running (pid $started_pid)" "$work/status" || fail "status: $(cat "$work/status")"
-grep -q "^Next wake-up: .*($due)\$" "$work/status" || fail "status shows no wake-up: $(cat "$work/status")"
+grep -qx "companion: running (pid $started_pid)" "$work/status" || fail "status: $(cat "$work/status")"
+grep -q "^next wake-up: $due (.*)\$" "$work/status" || fail "status shows no wake-up: $(cat "$work/status")"
 "$ctl" --json status | grep -q "\"wakeUpTime\": $due" || fail "status --json shows no wake-up time"
 
 wait_for '[ -s "$stamps" ]' || fail "the application was not started at the wake-up time"
@@ -84,7 +84,7 @@ fired=$(sed -n '1s/ .*//p' "$stamps")
 awk -v t="$fired" -v d="$due" 'BEGIN { exit !(t >= d && t < d + 1) }' ||
     fail "started at $fired, not within the second $due"
 grep -q -- "--launch-message-fd=3" "$stamps" || fail "the application got no launch message"
-"$ctl" status | grep -q "It holds no wake-up time." || fail "the used time is still held"
+"$ctl" status | grep -qx "next wake-up: none" || fail "the used time is still held"
 
 # --- a time already past fires at once -------------------------------------
 "$ctl" companion-set $(( $(date +%s) - 60 )) > /dev/null || fail "companion-set (past) failed"
@@ -93,7 +93,7 @@ wait_for '[ "$(wc -l < "$stamps")" -eq 2 ]' || fail "a past time did not fire"
 # --- none: nothing is held --------------------------------------------------
 "$ctl" companion-set $(( $(date +%s) + 3600 )) > /dev/null
 "$ctl" companion-set none > /dev/null || fail "companion-set none failed"
-"$ctl" status | grep -q "It holds no wake-up time." || fail "none did not clear the time"
+"$ctl" status | grep -qx "next wake-up: none" || fail "none did not clear the time"
 
 # --- the quit request ------------------------------------------------------
 "$ctl" companion-quit | grep -q "asked to quit" || fail "companion-quit failed"
@@ -103,7 +103,7 @@ started_pid=""
 [ "$status" -eq 0 ] || fail "CalvorinBackground ended with status $status"
 [ ! -e "$socket" ] || fail "the socket was left behind"
 [ ! -s "$work/first.err" ] || fail "unexpected messages: $(cat "$work/first.err")"
-"$ctl" status | grep -q "is not running" || fail "status after quitting"
+"$ctl" status | grep -qx "companion: not running" || fail "status after quitting"
 
 # --- a missing application -------------------------------------------------
 CALVORIN_APP_EXECUTABLE="$work/no-such-program" "$bin/CalvorinBackground" 2> "$work/missing.err" &
@@ -111,7 +111,7 @@ started_pid=$!
 wait_for '[ "$(companion_pid)" = "$started_pid" ]' || fail "CalvorinBackground did not come up again"
 "$ctl" companion-set $(( $(date +%s) - 1 )) > /dev/null
 wait_for '[ -s "$work/missing.err" ]' || fail "a failed start was not reported"
-"$ctl" status | grep -q "is running" || fail "CalvorinBackground did not survive a failed start"
+"$ctl" status | grep -q "^companion: running" || fail "CalvorinBackground did not survive a failed start"
 [ "$(wc -l < "$work/missing.err")" -eq 1 ] || fail "expected one line: $(cat "$work/missing.err")"
 grep -q "could not start Calvorin ($work/no-such-program)" "$work/missing.err" ||
     fail "unclear report: $(cat "$work/missing.err")"
