@@ -10,7 +10,13 @@ thread_local const Clock* tThreadClock = nullptr;
 
 int64_t SystemClock::Now() const
 {
-    return static_cast<int64_t>(::time(nullptr));
+    // Not time(): it reads the coarse clock, which can still show the
+    // previous second for some milliseconds after CLOCK_REALTIME passed
+    // it, so that a wake-up timer on CLOCK_REALTIME would ring "early".
+    timespec now;
+    if (::clock_gettime(CLOCK_REALTIME, &now) != 0)
+        return static_cast<int64_t>(::time(nullptr));
+    return static_cast<int64_t>(now.tv_sec);
 }
 
 const Clock& CurrentClock()
