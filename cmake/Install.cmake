@@ -91,12 +91,26 @@ install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/calvorin
         DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
         FILES_MATCHING PATTERN "*.h")
 
-# The pkg-config file finds the headers relative to itself, so that an
+# The pkg-config file of a system installation (/usr) names its folders
+# outright; any other finds them relative to itself, so that such an
 # installation can be moved as a whole.
-set(calvorin_pc_dir ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig)
-file(RELATIVE_PATH CALVORIN_PC_PREFIX ${calvorin_pc_dir} ${CMAKE_INSTALL_PREFIX})
-file(RELATIVE_PATH CALVORIN_PC_INCLUDEDIR ${calvorin_pc_dir} ${CMAKE_INSTALL_FULL_INCLUDEDIR})
-file(RELATIVE_PATH CALVORIN_PC_LIBDIR ${calvorin_pc_dir} ${CMAKE_INSTALL_FULL_LIBDIR})
+if(CMAKE_INSTALL_PREFIX STREQUAL "/usr")
+  set(CALVORIN_PC_PREFIX ${CMAKE_INSTALL_PREFIX})
+  set(CALVORIN_PC_INCLUDEDIR ${CMAKE_INSTALL_FULL_INCLUDEDIR})
+  set(CALVORIN_PC_LIBDIR ${CMAKE_INSTALL_FULL_LIBDIR})
+else()
+  set(calvorin_pc_dir ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig)
+  foreach(name PREFIX INCLUDEDIR LIBDIR)
+    if(name STREQUAL "PREFIX")
+      set(target ${CMAKE_INSTALL_PREFIX})
+    else()
+      set(target ${CMAKE_INSTALL_FULL_${name}})
+    endif()
+    file(RELATIVE_PATH relative ${calvorin_pc_dir} ${target})
+    string(REGEX REPLACE "/+$" "" relative "${relative}")
+    set(CALVORIN_PC_${name} "\${pcfiledir}/${relative}")
+  endforeach()
+endif()
 configure_file(${CMAKE_CURRENT_LIST_DIR}/calvorin-addon.pc.in
                ${CMAKE_BINARY_DIR}/data/calvorin-addon.pc @ONLY)
 install(FILES ${CMAKE_BINARY_DIR}/data/calvorin-addon.pc
