@@ -6,7 +6,6 @@
 #include <QGuiApplication>
 #include <QKeySequence>
 #include <QMessageBox>
-#include <QPointer>
 #include <QPushButton>
 #include <QThread>
 
@@ -31,7 +30,8 @@ int QtAlertPort::Go(const AlertRequest& request)
     // Without an application, or without a screen to show a box on, the
     // alert goes to stderr and is answered with its default button.
     QCoreApplication* app = QCoreApplication::instance();
-    if (app == nullptr || QGuiApplication::platformName() == QLatin1String("offscreen"))
+    if (app == nullptr ||
+        (fConsoleWithoutDisplay && QGuiApplication::platformName() == QLatin1String("offscreen")))
         return ConsoleAlertPort().Go(request);
     if (QThread::currentThread() == app->thread())
         return Show(request);
@@ -45,6 +45,7 @@ int QtAlertPort::Go(const AlertRequest& request)
 int QtAlertPort::Show(const AlertRequest& request)
 {
     QMessageBox box;
+    box.setObjectName(QStringLiteral("CalvorinAlert"));
     box.setWindowTitle(QString::fromStdString(request.title));
     box.setText(QString::fromStdString(request.text));
     box.setIcon(IconFor(request.kind));

@@ -9,8 +9,15 @@
 
 class QtAlertPort : public AlertPort {
 public:
+    // consoleWithoutDisplay false shows boxes on the offscreen platform
+    // too (tests that drive them).
+    explicit QtAlertPort(bool consoleWithoutDisplay = true)
+        : fConsoleWithoutDisplay(consoleWithoutDisplay) {}
+
     int Go(const AlertRequest& request) override;
 
 private:
     static int Show(const AlertRequest& request);
+
+    bool fConsoleWithoutDisplay;
 };
