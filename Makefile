@@ -22,10 +22,10 @@ build-asan: deps
 	@cmake -S . -B $(ASAN_BUILD) -DCMAKE_BUILD_TYPE=Debug -DCALVORIN_SANITIZE=ON >/dev/null
 	@cmake --build $(ASAN_BUILD) -j$(JOBS) --target unit_tests
 
-# The main job: until the application window exists this shows what the
-# scheduling core computes for a few sample events.
+# The main job: the application (or, without a display, what the
+# scheduling core computes for a few sample events).
 run: build
-	@scripts/run-sample $(BUILD)/bin
+	@scripts/run $(BUILD)/bin
 
 # Every test: the normal build, then the unit tests again under
 # AddressSanitizer + UndefinedBehaviorSanitizer, then the bounded fuzz runs.
