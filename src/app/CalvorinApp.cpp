@@ -1,5 +1,7 @@
 #include "app/CalvorinApp.h"
 
+#include <QIcon>
+
 #include <QDesktopServices>
 #include <QFileDialog>
 #include <QSocketNotifier>
@@ -74,6 +76,12 @@ CalvorinApp::CalvorinApp(int& argc, char** argv, RosterListener& listener)
     if (!InitSafeTime())
         HandleErrorAndExit("CalvorinApp::CalvorinApp: InitSafeTime failed to acquire semaphore");
 
+    // Lets the desktop match the windows to the menu entry and its icon.
+    setApplicationName(QStringLiteral("Calvorin"));
+    setApplicationVersion(QStringLiteral(CALVORIN_VERSION));
+    setDesktopFileName(QStringLiteral("calvorin"));
+    setWindowIcon(QIcon::fromTheme(QStringLiteral("calvorin")));
+
     // Where the executable is: the companion, the help and the shipped
     // add-ons are found from there.
     const std::string folder = InstallLayout::ApplicationFolder();
@@ -86,6 +94,7 @@ CalvorinApp::CalvorinApp(int& argc, char** argv, RosterListener& listener)
     Roster::RegisterExecutable(kCalvorinSignature, InstallLayout::ApplicationExecutable(folder));
 
     SetApplicationTarget(this);
+    SetFileLauncher(&fFileLauncher);
     InstallEventSetWindowFactory();
     InstallEventEditor();
 
@@ -105,6 +114,7 @@ CalvorinApp::CalvorinApp(int& argc, char** argv, RosterListener& listener)
 CalvorinApp::~CalvorinApp()
 {
     SetEventSetWindowFactory(nullptr);
+    SetFileLauncher(nullptr);
     SetApplicationTarget(nullptr);
 }
 

@@ -11,6 +11,7 @@
 #include "cli/CliCommand.h"
 #include "companion/CompanionProtocol.h"
 #include "core/Message.h"
+#include "platform/InstallLayout.h"
 #include "platform/Roster.h"
 
 namespace {
@@ -46,8 +47,7 @@ int RunCompanionSet(const CliOptions&, const std::vector<std::string>& args)
     if (args[0] != "none")
         message.AddInt32(kWhenField, when);
 
-    Roster::RegisterExecutable(kCompanionSignature,
-                               Roster::OwnFolder() + "/" + kCompanionFileName);
+    Roster::RegisterExecutable(kCompanionSignature, InstallLayout::CompanionExecutable());
     status_t result = Roster::Launch(kCompanionSignature, &message);
     if (result == B_OK) {
         std::printf("CalvorinBackground was started with the request.\n");
