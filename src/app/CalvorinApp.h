@@ -15,6 +15,7 @@
 #include "core/DeliveryScheduler.h"
 #include "core/Message.h"
 #include "core/MessageTarget.h"
+#include "platform/DesktopLauncher.h"
 #include "platform/RosterCompanionLauncher.h"
 #include "ui/DocumentApp.h"
 #include "ui/QuitFlags.h"
@@ -82,6 +83,7 @@ private:
     RosterListener& fListener;
     QSocketNotifier* fInbox = nullptr;
     RosterCompanionLauncher fLauncher;
+    DesktopLauncher fFileLauncher;  // the "Act on file" handler's launcher
     DeliveryScheduler fScheduler;
     QFileDialog* fOpenPanel = nullptr;
     std::mutex fQueueLock;
