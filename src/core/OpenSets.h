@@ -12,4 +12,9 @@ class OpenSets {
 public:
     static std::vector<EventSet*> Sets;
     static Locker Protect;
+
+    // Rebuilds every loaded event's list texts (after the clock format
+    // changed) and tells the windows that show them. Takes Protect and each
+    // set's lock in turn; the caller holds neither.
+    static void RefreshEventTexts();
 };

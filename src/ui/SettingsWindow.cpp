@@ -15,6 +15,7 @@
 
 #include "calvorin/Locker.h"
 #include "core/CalvorinSettings.h"
+#include "core/OpenSets.h"
 #include "ui/SelectedSetsView.h"
 
 namespace {
@@ -48,6 +49,10 @@ SettingsWindow::SettingsWindow(Rect frame) : QWidget(nullptr, Qt::Window)
         "Keep the layout of event lists and the window positions for new windows"));
     fRememberDefaults->setChecked(CalvorinSettings::RememberWindowSetupAsDefault);
 
+    fTime24Hour = new QCheckBox(QStringLiteral("Use 24-hour clock"), this);
+    fTime24Hour->setToolTip(QStringLiteral("Show times as 15:05 instead of 03:05 PM"));
+    fTime24Hour->setChecked(CalvorinSettings::Time24Hour);
+
     fDelivery = PopUpMenu(kDeliveryChoices, 5, CalvorinSettings::WhichEventsToDeliver, this);
     fOpenRemembered = PopUpMenu(kOpenChoices, 3, CalvorinSettings::SelectedSetHandling, this);
 
@@ -72,6 +77,7 @@ SettingsWindow::SettingsWindow(Rect frame) : QWidget(nullptr, Qt::Window)
 
     auto* layout = new QVBoxLayout(this);
     layout->addWidget(fRememberDefaults);
+    layout->addWidget(fTime24Hour);
     layout->addLayout(form);
     layout->addSpacing(6);
     layout->addLayout(setsHeader);
@@ -79,6 +85,8 @@ SettingsWindow::SettingsWindow(Rect frame) : QWidget(nullptr, Qt::Window)
 
     connect(fRememberDefaults, &QCheckBox::toggled, this,
             [this]() { MessageReceived(Message(RememberDefaultsMsg)); });
+    connect(fTime24Hour, &QCheckBox::toggled, this,
+            [this]() { MessageReceived(Message(Time24HourMsg)); });
     connect(fDelivery, &QComboBox::activated, this, [this](int index) {
         Message message(DeliveryModeMsg);
         message.AddInt32("Mode", index);
@@ -151,6 +159,15 @@ void SettingsWindow::MessageReceived(const Message& message)
         case RememberDefaultsMsg: {
             Autolock lock(CalvorinSettings::Protect);
             CalvorinSettings::RememberWindowSetupAsDefault = fRememberDefaults->isChecked();
+            break;
+        }
+        case Time24HourMsg: {
+            {
+                Autolock lock(CalvorinSettings::Protect);
+                CalvorinSettings::Time24Hour = fTime24Hour->isChecked();
+            }
+            // The settings lock is let go first: it comes before the sets'.
+            OpenSets::RefreshEventTexts();
             break;
         }
         case DeliveryModeMsg:

@@ -22,6 +22,7 @@ constexpr uint32_t DeliveryModeMsg = 60;        // int32 "Mode"
 constexpr uint32_t OpenRememberedModeMsg = 61;  // int32 "Mode"
 constexpr uint32_t RememberedSetsChangedMsg = 62;
 constexpr uint32_t ForgetSelectedMsg = 63;
+constexpr uint32_t Time24HourMsg = 64;
 
 class SettingsWindow : public QWidget, public MessageTarget {
     Q_OBJECT
@@ -46,6 +47,7 @@ public:
     void MessageReceived(const Message& message);
 
     QCheckBox* RememberDefaultsBox() const { return fRememberDefaults; }
+    QCheckBox* Time24HourBox() const { return fTime24Hour; }
     QComboBox* DeliveryMenu() const { return fDelivery; }
     QComboBox* OpenRememberedMenu() const { return fOpenRemembered; }
     QPushButton* ForgetButton() const { return fForget; }
@@ -58,6 +60,7 @@ private:
     void Unregister();
 
     QCheckBox* fRememberDefaults;
+    QCheckBox* fTime24Hour;
     QComboBox* fDelivery;
     QComboBox* fOpenRemembered;
     QPushButton* fForget;

@@ -203,7 +203,7 @@ private slots:
 
         // At the size it opens with, nothing is cut off and nothing overlaps.
         const QList<QRect> rects = ControlRects(window);
-        QCOMPARE(rects.size(), 8);
+        QCOMPARE(rects.size(), 9);
         for (int i = 0; i < rects.size(); ++i) {
             QVERIFY(window->rect().contains(rects[i]));
             for (int j = i + 1; j < rects.size(); ++j)

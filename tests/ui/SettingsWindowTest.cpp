@@ -118,6 +118,37 @@ private slots:
         QCOMPARE(CalvorinSettings::SelectedSetHandling, int32_t(kOpenAlways));
     }
 
+    void TheClockFormatRewritesTheTimesShown()
+    {
+        EventSet* set = NewLoadedSet(false);
+        // 15:05 on a day far enough ahead that the event stays pending.
+        Event* event = AddNamedEvent(set, "Dentist", CurrentTime() + 30 * 86400);
+        {
+            Autolock lock(set);
+            event->SetTimeToApply(15 * 3600 + 5 * 60);
+        }
+        SettingsWindow* window = SettingsWindow::Open();
+        QVERIFY(QTest::qWaitForWindowExposed(window));
+        QVERIFY(!window->Time24HourBox()->isChecked());
+        auto shown = [&]() {
+            Autolock lock(set);
+            return std::string(event->GetColumnText(kEventTimeColumn));
+        };
+        QVERIFY(shown().find("03:05 PM") != std::string::npos);
+
+        // Clicked on its box: the label is narrower than the row.
+        QCheckBox* box = window->Time24HourBox();
+        const QPoint onTheBox(6, box->height() / 2);
+        QTest::mouseClick(box, Qt::LeftButton, {}, onTheBox);
+        QVERIFY(CalvorinSettings::Time24Hour);
+        QVERIFY(shown().find("15:05") != std::string::npos);
+        QVERIFY(shown().find("PM") == std::string::npos);
+
+        QTest::mouseClick(box, Qt::LeftButton, {}, onTheBox);
+        QVERIFY(!CalvorinSettings::Time24Hour);
+        QVERIFY(shown().find("03:05 PM") != std::string::npos);
+    }
+
     void RememberingElsewhereFillsTheListAndEnablesForget()
     {
         SettingsWindow* window = SettingsWindow::Open();
