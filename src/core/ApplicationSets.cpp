@@ -124,9 +124,10 @@ void ApplicationSets::ReloadWithoutWindow(const char* path)
         EventSet* loaded = FindLoaded(name.c_str());
         if (loaded == nullptr)
             break;
-        // The set stays locked while it is destroyed; it leaves the list.
+        // The set stays locked while it is destroyed; it leaves the list
+        // (one being delivered is destroyed when its delivery step ends).
         loaded->Lock();
-        delete loaded;
+        loaded->Discard();
         dropped = true;
     }
     if (dropped)

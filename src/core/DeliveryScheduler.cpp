@@ -78,12 +78,17 @@ void DeliveryScheduler::SetCounterForNextEvent(bool startupCheck)
             return;
         case Decision::kDeliverNow:
             // Nothing goes to the companion now: the end of this step posts
-            // DeliveryDoneMsg, which comes back here.
+            // DeliveryDoneMsg, which comes back here. While an alert of
+            // the step waits, the set and the event are marked: the event
+            // cannot be deleted and the set is not destroyed until the
+            // step's end.
             fDeliveryInProgress = true;
             fDeliveryStartupFlag = startupCheck;
             next.set->Lock();
+            next.set->BeginDelivery(next.event);
             next.event->DealWithEvent(startupCheck);
             next.set->Unlock();
+            next.set->EndDelivery();
             return;
         case Decision::kSendWhen:
             if (message.AddInt32(kWhenField, next.time) != B_OK) {

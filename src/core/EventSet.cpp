@@ -84,6 +84,7 @@ void EventSet::InitNew()
 EventSet::~EventSet()
 {
     assert(fWindow == nullptr && "The EventSet window should have been destroyed already");
+    assert(fDelivering.empty() && "An EventSet must outlive the delivery of its events");
 
     auto& sets = OpenSets::Sets;
     sets.erase(std::remove(sets.begin(), sets.end(), this), sets.end());
@@ -147,6 +148,10 @@ void EventSet::AddEvent(Event* event)
 
 void EventSet::RemoveEvent(Event* event)
 {
+    // An event that goes while it is being delivered (it was to be deleted
+    // once delivered) leaves no mark that a new event could be taken for.
+    std::replace(fDelivering.begin(), fDelivering.end(), static_cast<const Event*>(event),
+                 static_cast<const Event*>(nullptr));
     // Events are most often taken out from the end (destruction, undo of an
     // add), so the search starts there.
     auto it = std::find(fEvents.rbegin(), fEvents.rend(), event);
@@ -272,7 +277,7 @@ void EventSet::WindowClosed()
     if (!kept) {
         Autolock setsLock(OpenSets::Protect);
         Lock();
-        delete this;
+        Discard();
     }
 
     // Open-sets-only delivery always changes; remembered sets with open
@@ -287,6 +292,62 @@ void EventSet::WindowClosed()
     }
     if (post)
         PostToApplication(kSetsChanged);
+}
+
+void EventSet::BeginDelivery(Event* event)
+{
+    fDelivering.push_back(event);
+    NoteDeliveryChange(event);
+}
+
+bool EventSet::EndDelivery()
+{
+    Autolock setsLock(OpenSets::Protect);
+    Lock();
+    const Event* event = nullptr;
+    if (!fDelivering.empty()) {
+        event = fDelivering.back();
+        fDelivering.pop_back();
+    }
+    if (fDelivering.empty() && fDiscarded) {
+        delete this;  // lets go of the lock
+        return true;
+    }
+    NoteDeliveryChange(event);
+    Unlock();
+    return false;
+}
+
+bool EventSet::IsBeingDelivered(const Event* event) const
+{
+    return event != nullptr &&
+           std::find(fDelivering.begin(), fDelivering.end(), event) != fDelivering.end();
+}
+
+void EventSet::NoteDeliveryChange(const Event* event)
+{
+    // The window enables or refuses the event's deletion afresh.
+    if (fWindow == nullptr)
+        return;
+    Message message(kEventChangedInSet);
+    if (event != nullptr && IndexOf(event) >= 0)
+        message.AddPointer("Event", event);
+    fWindow->PostMessage(message);
+}
+
+void EventSet::Discard()
+{
+    if (fDelivering.empty()) {
+        delete this;
+        return;
+    }
+    // The delivering code comes back to this set after its alert: it stays
+    // until then, out of the list, so that nothing else finds it.
+    auto& sets = OpenSets::Sets;
+    sets.erase(std::remove(sets.begin(), sets.end(), this), sets.end());
+    fDiscarded = true;
+    while (IsLocked())
+        Unlock();
 }
 
 void EventSet::SetFileName(const char* fileName)

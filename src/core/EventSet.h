@@ -48,6 +48,24 @@ public:
 
     void OpenWindow();
     void WindowClosed();
+
+    // Delivery in progress. The delivering code marks the set and the event
+    // it delivers for one delivery step: BeginDelivery with the set's lock
+    // held, EndDelivery once the step is over. The step lets go of the lock
+    // while an alert waits or a handler runs; meanwhile the event must not
+    // be deleted (the set window refuses to), and a set that is let go
+    // (Discard) stays in memory until the step ends.
+    void BeginDelivery(Event* event);
+    // Ends the step begun last; called without the set's lock (takes
+    // OpenSets::Protect, then the set's). A set discarded during the step
+    // is destroyed here: true then, and the set is gone.
+    bool EndDelivery();
+    bool IsBeingDelivered(const Event* event) const;
+    // Destroys the set as delete does: the caller holds OpenSets::Protect
+    // and the set's lock, the set leaves OpenSets::Sets and lets go of its
+    // lock. During a delivery step it only leaves the list and lets go of
+    // its lock, and the end of the step destroys it.
+    void Discard();
     EventSetWindowPort* GetWindow() const { return fWindow; }
 
     bool HasBeenModified() const { return fModified; }
@@ -82,6 +100,7 @@ private:
     void InitNew();
     void ReadFile(const char* fileName, ConstructorResult* result, bool* ok);
     void DeleteAllEvents();
+    void NoteDeliveryChange(const Event* event);
 
     std::vector<Event*> fEvents;
     int32_t fNextEventTime = 0;
@@ -98,6 +117,8 @@ private:
     ViewModes fViewMode = ListViewMode;
     bool fModified = false;
     bool fDestroying = false;  // the destructor is deleting the events
+    std::vector<const Event*> fDelivering;  // per step under way (null: deleted)
+    bool fDiscarded = false;                // let go during a delivery step
     bool fReadBigEndian = false;
     char fReadVersion[30] = "1.2";
 };

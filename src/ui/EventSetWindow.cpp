@@ -335,11 +335,13 @@ void EventSetWindow::UpdateTitle()
 
 void EventSetWindow::UpdateSelectionItems()
 {
-    const bool selected = fListView != nullptr && fListView->GetSelectedEvent() != nullptr;
-    fCutItem->setEnabled(selected);
+    Event* event = fListView != nullptr ? fListView->GetSelectedEvent() : nullptr;
+    const bool selected = event != nullptr;
+    const bool deletable = selected && MayDelete(event);
+    fCutItem->setEnabled(deletable);
     fCopyItem->setEnabled(selected);
     fEditItem->setEnabled(selected);
-    fDeleteItem->setEnabled(selected);
+    fDeleteItem->setEnabled(deletable);
 }
 
 // --- Messages from the set and from other threads ---------------------------
@@ -452,7 +454,7 @@ void EventSetWindow::MessageReceived(const Message& message)
             DeleteSelectedEvent();
             break;
         case kCutEventMsg:
-            if (Event* selected = fListView->GetSelectedEvent()) {
+            if (Event* selected = fListView->GetSelectedEvent(); selected && MayDelete(selected)) {
                 CopyEvent(selected);
                 DeleteSelectedEvent();
             }
@@ -481,6 +483,7 @@ void EventSetWindow::MessageReceived(const Message& message)
                 fListView->SortEvents();
             }
             UpdateTitle();
+            UpdateSelectionItems();  // a delivery may have begun or ended
             break;
         }
         default:
@@ -557,7 +560,7 @@ void EventSetWindow::DeleteSelectedEvent()
     EventWindowPort* editor = nullptr;
     {
         Autolock lock(fSet);
-        if (fSet->IndexOf(event) < 0 || !event->GetDeletable())
+        if (fSet->IndexOf(event) < 0 || !event->GetDeletable() || fSet->IsBeingDelivered(event))
             return;
         editor = event->GetWindow();
     }
@@ -576,7 +579,8 @@ void EventSetWindow::DeleteSelectedEvent()
     const int row = fListView->Model()->RowOf(event);
     {
         Autolock lock(fSet);
-        if (event->GetWindow() != nullptr || fSet->IndexOf(event) < 0)
+        if (event->GetWindow() != nullptr || fSet->IndexOf(event) < 0 ||
+            fSet->IsBeingDelivered(event))
             return;
         // The event takes itself out of the set and the list.
         delete event;
@@ -587,6 +591,15 @@ void EventSetWindow::DeleteSelectedEvent()
         fListView->SelectEvent(fListView->Model()->EventAt(row < rows ? row : rows - 1));
     UpdateSelectionItems();
     UpdateTitle();
+}
+
+bool EventSetWindow::MayDelete(Event* event)
+{
+    // The delivery of the event comes back to it after its alert.
+    if (fSet == nullptr)
+        return false;
+    Autolock lock(fSet);
+    return !fSet->IsBeingDelivered(event);
 }
 
 void EventSetWindow::RememberForDelivery()

@@ -121,6 +121,9 @@ private:
     void NewEvent();
     void EditEvent(const Message& message);
     void DeleteSelectedEvent();
+    // Whether event may be deleted (or cut) now: not while it is being
+    // delivered, its alert waiting.
+    bool MayDelete(Event* event);
     void RememberForDelivery();
     void SaveCommand(const Message& message);
     void ShowSavePanel(bool remember);
