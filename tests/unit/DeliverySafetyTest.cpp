@@ -23,7 +23,6 @@
 #include "core/Clock.h"
 #include "core/CompanionLauncher.h"
 #include "core/DeliveryScheduler.h"
-#include "core/ErrorReporting.h"
 #include "core/EventSet.h"
 #include "core/EventSetWindowPort.h"
 #include "core/MessageTarget.h"
@@ -160,8 +159,8 @@ protected:
         set->SetFileName(path);
         for (int32_t time : {kNow, kNow + 3600}) {
             Event* event = new Event(set);
+            event->SetName(time == kNow ? "Due" : "Later");
             auto raw = event->RawFields();
-            raw.Name() = GetCopyString(time == kNow ? "Due" : "Later");
             raw.EventTime() = raw.NextEventTime() = raw.ActualEventTime() = time;
             raw.ApplyTime() = true;
             raw.Status() = WaitingForEvent;
