@@ -1,6 +1,7 @@
 # Sourced after common.sh by the scripts that deliver "Command" events: an
 # event whose command appends the moment it ran (date +%s.%N) to a file of
-# its own, how late that was, and one field of a saved event.
+# its own (or an "Act on file" event whose program does), how late that
+# was, and one field of a saved event.
 
 # Adds to set $1 an event named $2 of period type $3 (0 once, 4 daily) due
 # at the second $4, whose command appends its start time to file $5.
@@ -14,6 +15,19 @@ add_command_event() {
         \"Handler\": \"Command\",
         \"HandlerData\": {\"Command\": \"date +%s.%N >> '$5'\", \"Verify\": ${7:-false}}}" \
         > /dev/null || fail "calvorinctl add $2 to $1 failed"
+}
+
+# Adds to set $1 a one-time event named $2 due at $3 of the "Act on file"
+# handler, without asking, on a new executable script that appends its
+# start time to file $4.
+add_program_event() {
+    _program="$4.sh"
+    printf '#!/bin/sh\ndate +%%s.%%N >> "%s"\n' "$4" > "$_program"
+    chmod 755 "$_program"
+    "$ctl" add "$1" "{\"Name\": \"$2\", \"PeriodType\": 0, \"EventTime\": $3,
+        \"ApplyTime\": true, \"Handler\": \"Act on file\",
+        \"HandlerData\": {\"File\": \"$_program\", \"Verify\": false}}" > /dev/null ||
+        fail "calvorinctl add $2 to $1 failed"
 }
 
 # How many times the command writing to $1 has run.
