@@ -3,6 +3,7 @@
 #include <cstring>
 #include <limits>
 #include <string_view>
+#include <type_traits>
 #include <unordered_set>
 
 // The flattened form, all numbers little-endian 32-bit:
@@ -185,6 +186,38 @@ bool ParseFlat(const uint8_t* data, size_t size, int depth, FlatSink* sink)
     return reader.Left() == 0;
 }
 
+// The typed Add, Find and Get operations share these. A fixed-size value is
+// kept as its bits, little-endian, in FixedSize(type) bytes.
+status_t AddBits(Message& message, const char* name, uint32_t type, uint64_t bits)
+{
+    uint8_t bytes[8];
+    const size_t size = FixedSize(type);
+    SetLE(bytes, bits, size);
+    return message.AddData(name, type, bytes, size);
+}
+
+// Finds value `index` under name with the type and stores decode(bytes).
+template <typename T, typename Decode>
+status_t FindDecoded(const Message& message, const char* name, uint32_t type, int32_t index,
+                     T* value, Decode decode)
+{
+    const void* data;
+    size_t size;
+    status_t status = message.FindData(name, type, &data, &size, index);
+    if (status == B_OK)
+        *value = decode(static_cast<const uint8_t*>(data));
+    return status;
+}
+
+// The first value under name, or the fallback when there is none of the type.
+template <typename T>
+T FirstOr(const Message& message, status_t (Message::*find)(const char*, T*, int32_t) const,
+          const char* name, std::type_identity_t<T> fallback)
+{
+    T value;
+    return (message.*find)(name, &value, 0) == B_OK ? value : fallback;
+}
+
 }  // namespace
 
 Message::Message(uint32_t what) : what(what) {}
@@ -251,35 +284,27 @@ status_t Message::FindValue(const char* name, uint32_t type, int32_t index, cons
 
 status_t Message::AddInt8(const char* name, int8_t value)
 {
-    uint8_t bytes[1] = {uint8_t(value)};
-    return AddValue(name, B_INT8_TYPE, bytes, sizeof bytes);
+    return AddBits(*this, name, B_INT8_TYPE, uint8_t(value));
 }
 
 status_t Message::AddInt32(const char* name, int32_t value)
 {
-    uint8_t bytes[4];
-    SetLE(bytes, uint32_t(value), 4);
-    return AddValue(name, B_INT32_TYPE, bytes, sizeof bytes);
+    return AddBits(*this, name, B_INT32_TYPE, uint32_t(value));
 }
 
 status_t Message::AddInt64(const char* name, int64_t value)
 {
-    uint8_t bytes[8];
-    SetLE(bytes, uint64_t(value), 8);
-    return AddValue(name, B_INT64_TYPE, bytes, sizeof bytes);
+    return AddBits(*this, name, B_INT64_TYPE, uint64_t(value));
 }
 
 status_t Message::AddBool(const char* name, bool value)
 {
-    uint8_t bytes[1] = {uint8_t(value ? 1 : 0)};
-    return AddValue(name, B_BOOL_TYPE, bytes, sizeof bytes);
+    return AddBits(*this, name, B_BOOL_TYPE, value ? 1 : 0);
 }
 
 status_t Message::AddFloat(const char* name, float value)
 {
-    uint8_t bytes[4];
-    SetLE(bytes, FloatBits(value), 4);
-    return AddValue(name, B_FLOAT_TYPE, bytes, sizeof bytes);
+    return AddBits(*this, name, B_FLOAT_TYPE, FloatBits(value));
 }
 
 status_t Message::AddString(const char* name, const char* value)
@@ -291,19 +316,16 @@ status_t Message::AddString(const char* name, const char* value)
 
 status_t Message::AddRect(const char* name, Rect value)
 {
+    const float sides[4] = {value.left, value.top, value.right, value.bottom};
     uint8_t bytes[16];
-    SetLE(bytes, FloatBits(value.left), 4);
-    SetLE(bytes + 4, FloatBits(value.top), 4);
-    SetLE(bytes + 8, FloatBits(value.right), 4);
-    SetLE(bytes + 12, FloatBits(value.bottom), 4);
+    for (int i = 0; i < 4; i++)
+        SetLE(bytes + 4 * i, FloatBits(sides[i]), 4);
     return AddValue(name, B_RECT_TYPE, bytes, sizeof bytes);
 }
 
 status_t Message::AddPointer(const char* name, const void* value)
 {
-    uint8_t bytes[8];
-    SetLE(bytes, uint64_t(reinterpret_cast<uintptr_t>(value)), 8);
-    return AddValue(name, B_POINTER_TYPE, bytes, sizeof bytes);
+    return AddBits(*this, name, B_POINTER_TYPE, uint64_t(reinterpret_cast<uintptr_t>(value)));
 }
 
 status_t Message::AddMessage(const char* name, const Message& value)
@@ -319,87 +341,56 @@ status_t Message::AddData(const char* name, uint32_t type, const void* data, siz
 
 status_t Message::FindInt8(const char* name, int8_t* value, int32_t index) const
 {
-    const void* data;
-    size_t size;
-    status_t status = FindValue(name, B_INT8_TYPE, index, &data, &size);
-    if (status == B_OK)
-        *value = int8_t(*static_cast<const uint8_t*>(data));
-    return status;
+    return FindDecoded(*this, name, B_INT8_TYPE, index, value,
+                     [](const uint8_t* bytes) { return int8_t(bytes[0]); });
 }
 
 status_t Message::FindInt32(const char* name, int32_t* value, int32_t index) const
 {
-    const void* data;
-    size_t size;
-    status_t status = FindValue(name, B_INT32_TYPE, index, &data, &size);
-    if (status == B_OK)
-        *value = int32_t(uint32_t(GetLE(static_cast<const uint8_t*>(data), 4)));
-    return status;
+    return FindDecoded(*this, name, B_INT32_TYPE, index, value,
+                     [](const uint8_t* bytes) { return int32_t(uint32_t(GetLE(bytes, 4))); });
 }
 
 status_t Message::FindInt64(const char* name, int64_t* value, int32_t index) const
 {
-    const void* data;
-    size_t size;
-    status_t status = FindValue(name, B_INT64_TYPE, index, &data, &size);
-    if (status == B_OK)
-        *value = int64_t(GetLE(static_cast<const uint8_t*>(data), 8));
-    return status;
+    return FindDecoded(*this, name, B_INT64_TYPE, index, value,
+                     [](const uint8_t* bytes) { return int64_t(GetLE(bytes, 8)); });
 }
 
 status_t Message::FindBool(const char* name, bool* value, int32_t index) const
 {
-    const void* data;
-    size_t size;
-    status_t status = FindValue(name, B_BOOL_TYPE, index, &data, &size);
-    if (status == B_OK)
-        *value = *static_cast<const uint8_t*>(data) != 0;
-    return status;
+    return FindDecoded(*this, name, B_BOOL_TYPE, index, value,
+                     [](const uint8_t* bytes) { return bytes[0] != 0; });
 }
 
 status_t Message::FindFloat(const char* name, float* value, int32_t index) const
 {
-    const void* data;
-    size_t size;
-    status_t status = FindValue(name, B_FLOAT_TYPE, index, &data, &size);
-    if (status == B_OK)
-        *value = BitsFloat(uint32_t(GetLE(static_cast<const uint8_t*>(data), 4)));
-    return status;
+    return FindDecoded(*this, name, B_FLOAT_TYPE, index, value,
+                     [](const uint8_t* bytes) { return BitsFloat(uint32_t(GetLE(bytes, 4))); });
 }
 
 status_t Message::FindString(const char* name, const char** value, int32_t index) const
 {
-    const void* data;
-    size_t size;
-    status_t status = FindValue(name, B_STRING_TYPE, index, &data, &size);
-    if (status == B_OK)
-        *value = static_cast<const char*>(data);
-    return status;
+    return FindDecoded(*this, name, B_STRING_TYPE, index, value,
+                     [](const uint8_t* bytes) { return reinterpret_cast<const char*>(bytes); });
 }
 
 status_t Message::FindRect(const char* name, Rect* value, int32_t index) const
 {
-    const void* data;
-    size_t size;
-    status_t status = FindValue(name, B_RECT_TYPE, index, &data, &size);
-    if (status == B_OK) {
-        const uint8_t* bytes = static_cast<const uint8_t*>(data);
-        value->left = BitsFloat(uint32_t(GetLE(bytes, 4)));
-        value->top = BitsFloat(uint32_t(GetLE(bytes + 4, 4)));
-        value->right = BitsFloat(uint32_t(GetLE(bytes + 8, 4)));
-        value->bottom = BitsFloat(uint32_t(GetLE(bytes + 12, 4)));
-    }
-    return status;
+    return FindDecoded(*this, name, B_RECT_TYPE, index, value, [](const uint8_t* bytes) {
+        Rect rect;
+        float* sides[4] = {&rect.left, &rect.top, &rect.right, &rect.bottom};
+        for (int i = 0; i < 4; i++)
+            *sides[i] = BitsFloat(uint32_t(GetLE(bytes + 4 * i, 4)));
+        return rect;
+    });
 }
 
 status_t Message::FindPointer(const char* name, void** value, int32_t index) const
 {
-    const void* data;
-    size_t size;
-    status_t status = FindValue(name, B_POINTER_TYPE, index, &data, &size);
-    if (status == B_OK)
-        *value = reinterpret_cast<void*>(uintptr_t(GetLE(static_cast<const uint8_t*>(data), 8)));
-    return status;
+    return FindDecoded(*this, name, B_POINTER_TYPE, index, value, [](const uint8_t* bytes) {
+        return reinterpret_cast<void*>(uintptr_t(GetLE(bytes, 8)));
+    });
 }
 
 status_t Message::FindMessage(const char* name, Message* value, int32_t index) const
@@ -424,50 +415,42 @@ status_t Message::FindData(const char* name, uint32_t type, const void** data, s
 
 int8_t Message::GetInt8(const char* name, int8_t fallback) const
 {
-    int8_t value;
-    return FindInt8(name, &value) == B_OK ? value : fallback;
+    return FirstOr(*this, &Message::FindInt8, name, fallback);
 }
 
 int32_t Message::GetInt32(const char* name, int32_t fallback) const
 {
-    int32_t value;
-    return FindInt32(name, &value) == B_OK ? value : fallback;
+    return FirstOr(*this, &Message::FindInt32, name, fallback);
 }
 
 int64_t Message::GetInt64(const char* name, int64_t fallback) const
 {
-    int64_t value;
-    return FindInt64(name, &value) == B_OK ? value : fallback;
+    return FirstOr(*this, &Message::FindInt64, name, fallback);
 }
 
 bool Message::GetBool(const char* name, bool fallback) const
 {
-    bool value;
-    return FindBool(name, &value) == B_OK ? value : fallback;
+    return FirstOr(*this, &Message::FindBool, name, fallback);
 }
 
 float Message::GetFloat(const char* name, float fallback) const
 {
-    float value;
-    return FindFloat(name, &value) == B_OK ? value : fallback;
+    return FirstOr(*this, &Message::FindFloat, name, fallback);
 }
 
 const char* Message::GetString(const char* name, const char* fallback) const
 {
-    const char* value;
-    return FindString(name, &value) == B_OK ? value : fallback;
+    return FirstOr(*this, &Message::FindString, name, fallback);
 }
 
 Rect Message::GetRect(const char* name, Rect fallback) const
 {
-    Rect value;
-    return FindRect(name, &value) == B_OK ? value : fallback;
+    return FirstOr(*this, &Message::FindRect, name, fallback);
 }
 
 void* Message::GetPointer(const char* name) const
 {
-    void* value;
-    return FindPointer(name, &value) == B_OK ? value : nullptr;
+    return FirstOr(*this, &Message::FindPointer, name, nullptr);
 }
 
 bool Message::HasField(const char* name) const
