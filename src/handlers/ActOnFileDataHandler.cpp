@@ -9,10 +9,7 @@
 #include "calvorin/AddOn.h"
 #include "calvorin/Event.h"
 #include "core/ErrorReporting.h"
-#include "handlers/EventLock.h"
 #include "handlers/FileLauncher.h"
-#include "handlers/HandlerRecord.h"
-#include "handlers/VerifiedTextRecord.h"
 
 char DefHandActOnFileName[] = "Act on file";
 
@@ -87,12 +84,7 @@ void ReportLaunchFailure(Event* event, bool missed, bool verify, const char* pat
 
 }  // namespace
 
-ActOnFileDataHandler::ActOnFileDataHandler(Event* attachedTo) : EventAddOnData(attachedTo) {}
-
-ActOnFileDataHandler::~ActOnFileDataHandler()
-{
-    delete[] fFileName;
-}
+ActOnFileDataHandler::ActOnFileDataHandler(Event* attachedTo) : VerifiedTextHandler(attachedTo) {}
 
 void ActOnFileDataHandler::SetEditViewMaker(EditViewMaker maker)
 {
@@ -106,34 +98,11 @@ QWidget* ActOnFileDataHandler::CreateEditView(Rect frame)
     return maker != nullptr ? maker(this, frame) : nullptr;
 }
 
-void ActOnFileDataHandler::SetFileName(const char* path)
-{
-    SetNewString(path, &fFileName);
-    Event* event = GetAttachedTo();
-    EventLock lock(event);
-    event->SetModified();
-}
-
-bool ActOnFileDataHandler::SaveData(EndianIndependentFile* file)
-{
-    return WriteVerifiedTextRecord(file, fVerify, fFileName);
-}
-
-bool ActOnFileDataHandler::ReadData(EndianIndependentFile* file)
-{
-    return ReadVerifiedTextRecord(file, &fVerify, &fFileName);
-}
-
 void ActOnFileDataHandler::DealWithEvent(bool missed)
 {
     Event* event = GetAttachedTo();
-    char* path = nullptr;
     bool verify = false;
-    {
-        EventLock lock(event);
-        path = GetCopyString(fFileName);
-        verify = fVerify != 0;
-    }
+    char* path = CopyForDelivery(&verify);
     if (path == nullptr)
         return;
 
@@ -161,9 +130,5 @@ void ActOnFileDataHandler::DealWithEvent(bool missed)
 
 EventAddOnData* DefHandActOnFile_NewAddOnData(Event* event, EndianIndependentFile* file, bool* ok)
 {
-    ActOnFileDataHandler* data = new ActOnFileDataHandler(event);
-    *ok = true;
-    if (file != nullptr && !data->ReadData(file))
-        *ok = false;
-    return data;
+    return NewVerifiedTextHandler<ActOnFileDataHandler>(event, file, ok);
 }

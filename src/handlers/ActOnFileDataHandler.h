@@ -3,21 +3,17 @@
 // occurs, optionally after asking the user.
 #pragma once
 
-#include <cstdint>
-
-#include "calvorin/EventAddOnData.h"
+#include "handlers/VerifiedTextHandler.h"
 
 extern char DefHandActOnFileName[];
 
-class ActOnFileDataHandler : public EventAddOnData {
+class ActOnFileDataHandler : public VerifiedTextHandler {
 public:
     using EditViewMaker = QWidget* (*)(ActOnFileDataHandler* data, Rect frame);
 
     explicit ActOnFileDataHandler(Event* attachedTo);
-    ~ActOnFileDataHandler() override;
 
     QWidget* CreateEditView(Rect frame) override;
-    bool SaveData(EndianIndependentFile* file) override;
     // Launches the file when it is an executable, otherwise opens it with
     // its default application (see FileLauncher), after asking the user
     // when verify is set; tells the user of a missing file or a failed
@@ -26,23 +22,11 @@ public:
 
     // The absolute path of the file (null when none). SetFileName stores a
     // copy ("" becomes null) and marks the event modified under its lock.
-    const char* GetFileName() const { return fFileName; }
-    void SetFileName(const char* path);
-
-    // Whether to ask the user before acting. Changing it does not mark the
-    // event modified.
-    bool GetVerify() const { return fVerify != 0; }
-    void SetVerify(bool verify) { fVerify = verify ? 1 : 0; }
-
-    // Reads the record (the same layout as the Command handler's).
-    bool ReadData(EndianIndependentFile* file);
+    const char* GetFileName() const { return GetText(); }
+    void SetFileName(const char* path) { SetText(path); }
 
     // The UI installs the maker of the edit view (file line, button, check box).
     static void SetEditViewMaker(EditViewMaker maker);
-
-private:
-    uint8_t fVerify = 0;
-    char* fFileName = nullptr;
 };
 
 EventAddOnData* DefHandActOnFile_NewAddOnData(Event* event, EndianIndependentFile* file, bool* ok);

@@ -6,9 +6,6 @@
 #include "calvorin/Event.h"
 #include "core/ErrorReporting.h"
 #include "handlers/CommandRunner.h"
-#include "handlers/EventLock.h"
-#include "handlers/HandlerRecord.h"
-#include "handlers/VerifiedTextRecord.h"
 
 char DefHandCommandName[] = "Command";
 
@@ -18,12 +15,7 @@ std::atomic<CommandDataHandler::EditViewMaker> gEditViewMaker{nullptr};
 
 }  // namespace
 
-CommandDataHandler::CommandDataHandler(Event* attachedTo) : EventAddOnData(attachedTo) {}
-
-CommandDataHandler::~CommandDataHandler()
-{
-    delete[] fCommand;
-}
+CommandDataHandler::CommandDataHandler(Event* attachedTo) : VerifiedTextHandler(attachedTo) {}
 
 void CommandDataHandler::SetEditViewMaker(EditViewMaker maker)
 {
@@ -37,34 +29,11 @@ QWidget* CommandDataHandler::CreateEditView(Rect frame)
     return maker != nullptr ? maker(this, frame) : nullptr;
 }
 
-void CommandDataHandler::SetCommand(const char* command)
-{
-    SetNewString(command, &fCommand);
-    Event* event = GetAttachedTo();
-    EventLock lock(event);
-    event->SetModified();
-}
-
-bool CommandDataHandler::SaveData(EndianIndependentFile* file)
-{
-    return WriteVerifiedTextRecord(file, fVerify, fCommand);
-}
-
-bool CommandDataHandler::ReadData(EndianIndependentFile* file)
-{
-    return ReadVerifiedTextRecord(file, &fVerify, &fCommand);
-}
-
 void CommandDataHandler::DealWithEvent(bool missed)
 {
     Event* event = GetAttachedTo();
-    char* command = nullptr;
     bool verify = false;
-    {
-        EventLock lock(event);
-        command = GetCopyString(fCommand);
-        verify = fVerify != 0;
-    }
+    char* command = CopyForDelivery(&verify);
     if (command == nullptr)
         return;
 
@@ -88,9 +57,5 @@ void CommandDataHandler::DealWithEvent(bool missed)
 
 EventAddOnData* DefHandCommand_NewAddOnData(Event* event, EndianIndependentFile* file, bool* ok)
 {
-    CommandDataHandler* data = new CommandDataHandler(event);
-    *ok = true;
-    if (file != nullptr && !data->ReadData(file))
-        *ok = false;
-    return data;
+    return NewVerifiedTextHandler<CommandDataHandler>(event, file, ok);
 }
