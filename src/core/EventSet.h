@@ -1,8 +1,8 @@
 // The event set document: one event set file in memory with its events, the
 // layout of the window that shows it and a modified flag; it knows which of
 // its events needs attention next. The set is itself the lock of all its
-// events; every operation but construction and WindowClosed expects the
-// caller to hold it.
+// events; every operation but construction, WindowClosed and EndDelivery
+// expects the caller to hold it.
 #pragma once
 
 #include <cstdint>
