@@ -8,6 +8,8 @@
 
 #include "calvorin/Event.h"
 #include "cli/EventJson.h"
+#include "cli/StandaloneOwner.h"
+#include "handlers/HandlerRegistry.h"
 
 namespace {
 
@@ -52,6 +54,14 @@ bool SplitArguments(const std::vector<std::string>& args, const std::set<std::st
             return false;
         }
     }
+    return true;
+}
+
+bool SingleInputPath(const CommandArguments& arguments, std::string& path)
+{
+    if (arguments.operands.size() > 1)
+        return false;
+    path = arguments.operands.empty() ? std::string("-") : arguments.operands[0];
     return true;
 }
 
@@ -120,4 +130,23 @@ std::unique_ptr<Event> ReadEventFromJson(const std::string& path, EventOwner* ow
         return nullptr;
     }
     return event;
+}
+
+int WithEventFromJson(const std::string& path, const std::function<void(Event&)>& act)
+{
+    LoadBuiltInHandlers();
+    int status = 0;
+    {
+        StandaloneOwner owner;
+        std::string error;
+        std::unique_ptr<Event> event = ReadEventFromJson(path, &owner, &error);
+        if (event == nullptr) {
+            std::fprintf(stderr, "calvorinctl: %s\n", error.c_str());
+            status = 1;
+        } else {
+            act(*event);
+        }
+    }
+    UnloadEventHandlers();
+    return status;
 }

@@ -2,6 +2,7 @@
 // event given as a JSON object.
 #pragma once
 
+#include <functional>
 #include <map>
 #include <memory>
 #include <set>
@@ -23,6 +24,10 @@ struct CommandArguments {
 bool SplitArguments(const std::vector<std::string>& args, const std::set<std::string>& valueOptions,
                     CommandArguments& out, std::string* error);
 
+// The one FILE operand, or "-" (standard input) when there is none; false
+// when there are more.
+bool SingleInputPath(const CommandArguments& arguments, std::string& path);
+
 // Reports a usage error in one line and returns exit status 2:
 // "calvorinctl: PROBLEM (usage: calvorinctl USAGE)", or without a problem
 // "calvorinctl: usage: calvorinctl USAGE".
@@ -37,3 +42,8 @@ bool ReadInputText(const std::string& path, std::string& text, std::string* erro
 // is not JSON or names a field wrongly. The built-in handlers must be loaded.
 std::unique_ptr<Event> ReadEventFromJson(const std::string& path, EventOwner* owner,
                                          std::string* error);
+
+// Loads the built-in handlers, reads one event as JSON from path into an
+// owner of its own and hands it to act; the handlers are unloaded after.
+// Returns 0, or 1 with the error printed when the event cannot be read.
+int WithEventFromJson(const std::string& path, const std::function<void(Event&)>& act);

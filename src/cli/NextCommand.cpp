@@ -2,7 +2,6 @@
 // "now" just past each occurrence in turn and computing the next one.
 #include <cstdio>
 #include <cstdlib>
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -11,10 +10,8 @@
 #include "calvorin/Event.h"
 #include "cli/CliCommand.h"
 #include "cli/CliInput.h"
-#include "cli/StandaloneOwner.h"
 #include "core/Clock.h"
 #include "core/TimeText.h"
-#include "handlers/HandlerRegistry.h"
 
 namespace {
 
@@ -93,30 +90,19 @@ int RunNext(const CliOptions& options, const std::vector<std::string>& args)
     std::string error;
     if (!SplitArguments(args, {"--count"}, parsed, &error))
         return CommandUsageError(kUsage, error);
-    if (parsed.operands.size() > 1)
+    std::string path;
+    if (!SingleInputPath(parsed, path))
         return CommandUsageError(kUsage, "too many arguments");
     long count = kDefaultCount;
     if (parsed.values.count("--count") != 0 && !ParseCount(parsed.values["--count"], count))
         return CommandUsageError(kUsage, "--count takes a number from 1 to 10000");
-    const std::string path = parsed.operands.empty() ? std::string("-") : parsed.operands[0];
 
     // The clock the run started with (the real one or --now's) comes back
     // after the listing, which steps a clock of its own.
     const Clock* startClock = &CurrentClock();
-    LoadBuiltInHandlers();
-    int status = 0;
-    {
-        StandaloneOwner owner;
-        std::unique_ptr<Event> event = ReadEventFromJson(path, &owner, &error);
-        if (event == nullptr) {
-            std::fprintf(stderr, "calvorinctl: %s\n", error.c_str());
-            status = 1;
-        } else {
-            ListOccurrences(*event, count, options.json);
-        }
-    }
+    const int status = WithEventFromJson(
+        path, [&](Event& event) { ListOccurrences(event, count, options.json); });
     SetClock(startClock);
-    UnloadEventHandlers();
     return status;
 }
 
