@@ -474,6 +474,19 @@ int64_t AdvanceByPeriods(int64_t t, int64_t now, int64_t period)
     return t + ((now - t + period) / period) * period;
 }
 
+// Moves t, when it is not after now, past now by whole periods of count
+// units; false when the period is not positive, so that nothing comes.
+bool StepPastNow(int64_t& t, int64_t now, uint32_t count, int64_t unitSeconds)
+{
+    if (t > now)
+        return true;
+    const int64_t period = int64_t(count) * unitSeconds;
+    if (period <= 0)
+        return false;
+    t = AdvanceByPeriods(t, now, period);
+    return true;
+}
+
 // The first prewarning: monthsBack calendar months before t.
 int64_t MonthsBefore(int32_t t, uint32_t monthsBack, struct tm& cal)
 {
@@ -661,25 +674,13 @@ void Event::UpdateEventTime()
             else if (ApplyTime && TimeToApply <= GetSecondsIntoDay(MultiStartTime))
                 cal.tm_mday += 7;
             actual = MakeLocalTime64(cal) + timeOfDay;
-            if (actual <= now) {
-                int64_t period = int64_t(Multiple) * kSecondsPerWeek;
-                if (period > 0)
-                    actual = AdvanceByPeriods(actual, now, period);
-                else
-                    exists = false;
-            }
+            exists = StepPastNow(actual, now, Multiple, kSecondsPerWeek);
             break;
         }
 
         case MultiDaily:
             actual = EvalTodayOrTomorrow(MultiStartTime, ApplyTime, TimeToApply);
-            if (actual <= now) {
-                int64_t period = int64_t(Multiple) * kSecondsPerDay;
-                if (period > 0)
-                    actual = AdvanceByPeriods(actual, now, period);
-                else
-                    exists = false;
-            }
+            exists = StepPastNow(actual, now, Multiple, kSecondsPerDay);
             break;
 
         case SubDaily: {
