@@ -30,7 +30,9 @@ void SetAlertPort(AlertPort* port)
 int ConsoleAlertPort::Go(const AlertRequest& request)
 {
     // One write, so that alerts from several threads do not interleave.
-    std::string line = request.title + ": " + request.text + "\n";
+    // An alert without a title (the delivery alert) is its text alone.
+    std::string line =
+        (request.title.empty() ? std::string() : request.title + ": ") + request.text + "\n";
     std::fwrite(line.data(), 1, line.size(), stderr);
     std::fflush(stderr);
     return DefaultButton(request);
