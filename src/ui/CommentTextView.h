@@ -2,20 +2,14 @@
 #pragma once
 
 #include "calvorin/Event.h"
-#include "handlers/EventLock.h"
 #include "ui/EventTextView.h"
 
 class CommentTextView : public EventTextView {
     Q_OBJECT
 
 public:
-    using EventTextView::EventTextView;
-
-protected:
-    void StoreChange() override
+    explicit CommentTextView(Event* event, QWidget* parent = nullptr)
+        : EventTextView(event, &Event::SetComment, parent)
     {
-        const QByteArray text = toPlainText().toUtf8();
-        EventLock lock(GetEvent());
-        GetEvent()->SetComment(text.constData());
     }
 };

@@ -2,7 +2,11 @@
 
 #include <QPalette>
 
-EventTextView::EventTextView(Event* event, QWidget* parent) : QPlainTextEdit(parent), fEvent(event)
+#include "calvorin/Event.h"
+#include "handlers/EventLock.h"
+
+EventTextView::EventTextView(Event* event, TextSetter setter, QWidget* parent)
+    : QPlainTextEdit(parent), fEvent(event), fSetter(setter)
 {
     setLineWrapMode(QPlainTextEdit::WidgetWidth);
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
@@ -27,4 +31,11 @@ void EventTextView::SetEditable(bool editable)
     QPalette colours = palette();
     colours.setColor(QPalette::Text, editable ? QPalette().color(QPalette::Text) : QColor(152, 152, 152));
     setPalette(colours);
+}
+
+void EventTextView::StoreChange()
+{
+    const QByteArray text = toPlainText().toUtf8();
+    EventLock lock(fEvent);
+    (fEvent->*fSetter)(text.constData());
 }

@@ -1,5 +1,6 @@
 // A multi-line, wrapping text view bound to one text of an event: every
-// change of the text is stored at once (StoreChange), under the set's lock.
+// change of the text is stored at once (StoreChange) with the event's setter
+// of that text, under the set's lock.
 #pragma once
 
 #include <QPlainTextEdit>
@@ -10,7 +11,10 @@ class EventTextView : public QPlainTextEdit {
     Q_OBJECT
 
 public:
-    EventTextView(Event* event, QWidget* parent = nullptr);
+    // The setter that stores the text, such as &Event::SetComment.
+    using TextSetter = void (Event::*)(const char* text);
+
+    EventTextView(Event* event, TextSetter setter, QWidget* parent = nullptr);
 
     // Shows the text (null as empty) without storing it back; the cursor
     // stays where it is when the text is already the same.
@@ -20,9 +24,9 @@ public:
 
 protected:
     // Stores the whole text into the event.
-    virtual void StoreChange() = 0;
-    Event* GetEvent() const { return fEvent; }
+    void StoreChange();
 
 private:
     Event* fEvent;
+    TextSetter fSetter;
 };

@@ -2,20 +2,14 @@
 #pragma once
 
 #include "calvorin/Event.h"
-#include "handlers/EventLock.h"
 #include "ui/EventTextView.h"
 
 class PrewarnTextView : public EventTextView {
     Q_OBJECT
 
 public:
-    using EventTextView::EventTextView;
-
-protected:
-    void StoreChange() override
+    explicit PrewarnTextView(Event* event, QWidget* parent = nullptr)
+        : EventTextView(event, &Event::SetPrewarnMessage, parent)
     {
-        const QByteArray text = toPlainText().toUtf8();
-        EventLock lock(GetEvent());
-        GetEvent()->SetPrewarnMessage(text.constData());
     }
 };
