@@ -3,17 +3,15 @@
 #include <QCheckBox>
 #include <QGridLayout>
 #include <QLabel>
-#include <QVBoxLayout>
 
 #include "calvorin/Event.h"
 #include "core/Message.h"
 #include "handlers/EventLock.h"
-#include "ui/EditorLabels.h"
 #include "ui/IntervalUnitMenu.h"
 #include "ui/NagTextView.h"
 #include "ui/NumberField.h"
 
-EventNagView::EventNagView(Event* event, QWidget* parent) : QWidget(parent), fEvent(event)
+EventNagView::EventNagView(Event* event, QWidget* parent) : ReminderTabView(event, parent)
 {
     fApplyBox = new QCheckBox(tr("Deliver nagging messages"), this);
     fApplyBox->setObjectName("ApplyNag");
@@ -29,30 +27,16 @@ EventNagView::EventNagView(Event* event, QWidget* parent) : QWidget(parent), fEv
     fText->setObjectName("NagText");
     fMessageLabel->setBuddy(fText);
 
-    auto* grid = new QGridLayout;
-    grid->setColumnMinimumWidth(0, 20);
-    grid->addWidget(fApplyBox, 0, 0, 1, 4);
+    QGridLayout* grid = LayOut(4);
     grid->addWidget(fEveryLabel, 1, 1);
     grid->addWidget(fEveryField, 1, 2);
     grid->addWidget(fEveryUnit, 1, 3);
-    grid->setColumnStretch(4, 1);
-
-    auto* layout = new QVBoxLayout(this);
-    layout->addLayout(grid);
-    layout->addSpacing(6);
-    layout->addWidget(fMessageLabel);
-    layout->addWidget(fText, 1);
 
     Refresh();
 
-    connect(fApplyBox, &QCheckBox::clicked, this, [this] { MessageReceived(Message(kApplyNagMsg)); });
-    connect(fEveryField, &NumberField::Committed, this,
-            [this] { MessageReceived(Message(kNagRepeatTimeMsg)); });
-    connect(fEveryUnit, &QComboBox::activated, this, [this](int index) {
-        Message message(kNagRepeatTypeMsg);
-        message.AddInt32("Type", int32_t(fEveryUnit->UnitAt(index)));
-        MessageReceived(message);
-    });
+    SendOnClick(fApplyBox, kApplyNagMsg);
+    SendOnCommit(fEveryField, kNagRepeatTimeMsg);
+    SendOnChoice(fEveryUnit, kNagRepeatTypeMsg);
 
     CheckEnableStates();
 }
@@ -77,20 +61,15 @@ void EventNagView::MessageReceived(const Message& message)
             CheckEnableStates();
             return;
         }
-        case kNagRepeatTimeMsg: {
-            uint32_t value = 0;
-            EventLock lock(fEvent);
-            if (NumberField::ParseValue(fEveryField->text(), &value))
-                fEvent->SetNagRepeatTime(value);
-            fEveryField->SetValue(fEvent->GetNagRepeatTime());
+        case kNagRepeatTimeMsg:
+            CommitNumber(fEveryField, &Event::SetNagRepeatTime, &Event::GetNagRepeatTime);
             return;
-        }
         case kNagRepeatTypeMsg: {
-            int32_t unit = 0;
-            if (message.FindInt32("Type", &unit) != B_OK || unit < Months || unit > Minutes)
+            TimeIntervalType unit;
+            if (!FindUnit(message, &unit))
                 return;
             EventLock lock(fEvent);
-            fEvent->SetNagRepeatType(TimeIntervalType(unit));
+            fEvent->SetNagRepeatType(unit);
             return;
         }
         default:
@@ -111,6 +90,5 @@ void EventNagView::CheckEnableStates()
     fEveryLabel->setEnabled(apply);
     fEveryField->setEnabled(apply);
     fEveryUnit->setEnabled(apply);
-    SetLabelEnabled(fMessageLabel, apply);
-    fText->SetEditable(apply);
+    SetMessageEnabled(apply);
 }

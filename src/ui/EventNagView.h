@@ -2,19 +2,11 @@
 // how often, and their message. Every control writes straight into the event.
 #pragma once
 
-#include <QWidget>
-
 #include <cstdint>
 
-class Event;
-class IntervalUnitMenu;
-class Message;
-class NagTextView;
-class NumberField;
-class QCheckBox;
-class QLabel;
+#include "ui/ReminderTabView.h"
 
-class EventNagView : public QWidget {
+class EventNagView : public ReminderTabView {
     Q_OBJECT
 
 public:
@@ -24,17 +16,13 @@ public:
 
     EventNagView(Event* event, QWidget* parent = nullptr);
 
-    void MessageReceived(const Message& message);
+    void MessageReceived(const Message& message) override;
     void CheckEnableStates();
     void Refresh();
 
 private:
-    Event* fEvent;
-    QCheckBox* fApplyBox;
     QLabel* fEveryLabel;
     NumberField* fEveryField;
     IntervalUnitMenu* fEveryUnit;
-    QLabel* fMessageLabel;
-    NagTextView* fText;
     bool fGroupEnabled = true;
 };

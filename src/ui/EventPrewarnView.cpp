@@ -3,7 +3,6 @@
 #include <QCheckBox>
 #include <QGridLayout>
 #include <QLabel>
-#include <QVBoxLayout>
 
 #include "calvorin/Event.h"
 #include "core/Message.h"
@@ -13,7 +12,7 @@
 #include "ui/NumberField.h"
 #include "ui/PrewarnTextView.h"
 
-EventPrewarnView::EventPrewarnView(Event* event, QWidget* parent) : QWidget(parent), fEvent(event)
+EventPrewarnView::EventPrewarnView(Event* event, QWidget* parent) : ReminderTabView(event, parent)
 {
     fApplyBox = new QCheckBox(tr("Deliver prewarning messages"), this);
     fApplyBox->setObjectName("ApplyPrewarn");
@@ -38,9 +37,7 @@ EventPrewarnView::EventPrewarnView(Event* event, QWidget* parent) : QWidget(pare
     fMessageLabel->setBuddy(fText);
 
     // The start and the repeat line up: label or box, number, unit.
-    auto* grid = new QGridLayout;
-    grid->setColumnMinimumWidth(0, 20);
-    grid->addWidget(fApplyBox, 0, 0, 1, 5);
+    QGridLayout* grid = LayOut(5);
     grid->addWidget(fStartLabel, 1, 1);
     grid->addWidget(fStartField, 1, 2);
     grid->addWidget(fStartUnit, 1, 3);
@@ -48,32 +45,15 @@ EventPrewarnView::EventPrewarnView(Event* event, QWidget* parent) : QWidget(pare
     grid->addWidget(fRepeatBox, 2, 1);
     grid->addWidget(fRepeatField, 2, 2);
     grid->addWidget(fRepeatUnit, 2, 3);
-    grid->setColumnStretch(5, 1);
-
-    auto* layout = new QVBoxLayout(this);
-    layout->addLayout(grid);
-    layout->addSpacing(6);
-    layout->addWidget(fMessageLabel);
-    layout->addWidget(fText, 1);
 
     Refresh();
 
-    connect(fApplyBox, &QCheckBox::clicked, this, [this] { MessageReceived(Message(kApplyPrewarnMsg)); });
-    connect(fRepeatBox, &QCheckBox::clicked, this,
-            [this] { MessageReceived(Message(kApplyPrewarnRepeatMsg)); });
-    connect(fStartField, &NumberField::Committed, this,
-            [this] { MessageReceived(Message(kPrewarnTimeMsg)); });
-    connect(fRepeatField, &NumberField::Committed, this,
-            [this] { MessageReceived(Message(kPrewarnRepeatTimeMsg)); });
-    auto unitMessage = [this](IntervalUnitMenu* menu, uint32_t what) {
-        connect(menu, &QComboBox::activated, this, [this, menu, what](int index) {
-            Message message(what);
-            message.AddInt32("Type", int32_t(menu->UnitAt(index)));
-            MessageReceived(message);
-        });
-    };
-    unitMessage(fStartUnit, kPrewarnTypeMsg);
-    unitMessage(fRepeatUnit, kPrewarnRepeatTypeMsg);
+    SendOnClick(fApplyBox, kApplyPrewarnMsg);
+    SendOnClick(fRepeatBox, kApplyPrewarnRepeatMsg);
+    SendOnCommit(fStartField, kPrewarnTimeMsg);
+    SendOnCommit(fRepeatField, kPrewarnRepeatTimeMsg);
+    SendOnChoice(fStartUnit, kPrewarnTypeMsg);
+    SendOnChoice(fRepeatUnit, kPrewarnRepeatTypeMsg);
 
     CheckEnableStates();
 }
@@ -90,21 +70,6 @@ void EventPrewarnView::Refresh()
     fText->ShowText(fEvent->GetPrewarnMessage());
 }
 
-void EventPrewarnView::CommitNumber(NumberField* field, uint32_t what)
-{
-    uint32_t value = 0;
-    EventLock lock(fEvent);
-    if (NumberField::ParseValue(field->text(), &value)) {
-        if (what == kPrewarnTimeMsg)
-            fEvent->SetPrewarnTime(value);
-        else
-            fEvent->SetPrewarnRepeatTime(value);
-    }
-    // A refused value gives way to the event's own; an accepted one is shown
-    // as stored.
-    field->SetValue(what == kPrewarnTimeMsg ? fEvent->GetPrewarnTime() : fEvent->GetPrewarnRepeatTime());
-}
-
 void EventPrewarnView::MessageReceived(const Message& message)
 {
     switch (message.what) {
@@ -119,21 +84,21 @@ void EventPrewarnView::MessageReceived(const Message& message)
             break;
         }
         case kPrewarnTimeMsg:
-            CommitNumber(fStartField, kPrewarnTimeMsg);
+            CommitNumber(fStartField, &Event::SetPrewarnTime, &Event::GetPrewarnTime);
             return;
         case kPrewarnRepeatTimeMsg:
-            CommitNumber(fRepeatField, kPrewarnRepeatTimeMsg);
+            CommitNumber(fRepeatField, &Event::SetPrewarnRepeatTime, &Event::GetPrewarnRepeatTime);
             return;
         case kPrewarnTypeMsg:
         case kPrewarnRepeatTypeMsg: {
-            int32_t unit = 0;
-            if (message.FindInt32("Type", &unit) != B_OK || unit < Months || unit > Minutes)
+            TimeIntervalType unit;
+            if (!FindUnit(message, &unit))
                 return;
             EventLock lock(fEvent);
             if (message.what == kPrewarnTypeMsg)
-                fEvent->SetPrewarnType(TimeIntervalType(unit));
+                fEvent->SetPrewarnType(unit);
             else
-                fEvent->SetPrewarnRepeatType(TimeIntervalType(unit));
+                fEvent->SetPrewarnRepeatType(unit);
             return;
         }
         default:
@@ -158,8 +123,7 @@ void EventPrewarnView::CheckEnableStates()
         fStartUnit->setEnabled(apply);
         SetLabelEnabled(fAdvanceLabel, apply);
         fRepeatBox->setEnabled(apply);
-        SetLabelEnabled(fMessageLabel, apply);
-        fText->SetEditable(apply);
+        SetMessageEnabled(apply);
     }
     const bool repeatOn = apply && repeat;
     if (repeatOn != fGroup2Enabled) {

@@ -3,19 +3,11 @@
 // control writes straight into the event.
 #pragma once
 
-#include <QWidget>
-
 #include <cstdint>
 
-class Event;
-class IntervalUnitMenu;
-class Message;
-class NumberField;
-class PrewarnTextView;
-class QCheckBox;
-class QLabel;
+#include "ui/ReminderTabView.h"
 
-class EventPrewarnView : public QWidget {
+class EventPrewarnView : public ReminderTabView {
     Q_OBJECT
 
 public:
@@ -30,17 +22,13 @@ public:
     EventPrewarnView(Event* event, QWidget* parent = nullptr);
 
     // Handles the commands above (the unit menus carry the unit in "Type").
-    void MessageReceived(const Message& message);
+    void MessageReceived(const Message& message) override;
     // Enables the controls that have an effect in the current settings.
     void CheckEnableStates();
     // Shows the event's current values again.
     void Refresh();
 
 private:
-    void CommitNumber(NumberField* field, uint32_t what);
-
-    Event* fEvent;
-    QCheckBox* fApplyBox;
     QLabel* fStartLabel;
     NumberField* fStartField;
     IntervalUnitMenu* fStartUnit;
@@ -48,8 +36,6 @@ private:
     QCheckBox* fRepeatBox;
     NumberField* fRepeatField;
     IntervalUnitMenu* fRepeatUnit;
-    QLabel* fMessageLabel;
-    PrewarnTextView* fText;
     bool fGroup1Enabled = true;  // everything that needs prewarnings on
     bool fGroup2Enabled = true;  // the repeat interval
 };
