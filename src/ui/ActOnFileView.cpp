@@ -14,7 +14,7 @@
 #include "handlers/EventLock.h"
 
 ActOnFileView::ActOnFileView(ActOnFileDataHandler* data, QWidget* parent)
-    : QWidget(parent), fData(data)
+    : VerifiedTextEditView(data, parent), fData(data)
 {
     setObjectName("ActOnFileView");
     fFileLine = new QLabel(this);
@@ -23,12 +23,7 @@ ActOnFileView::ActOnFileView(ActOnFileDataHandler* data, QWidget* parent)
     fFileLine->setWordWrap(true);
     fSelectButton = new QPushButton(tr("Select file"), this);
     fSelectButton->setObjectName("SelectFile");
-    fVerifyBox = new QCheckBox(tr("Verify with user before acting on file"), this);
-    fVerifyBox->setObjectName("VerifyBox");
-    {
-        EventLock lock(fData->GetAttachedTo());
-        fVerifyBox->setChecked(fData->GetVerify());
-    }
+    MakeVerifyBox(tr("Verify with user before acting on file"));
     ShowFileLine();
 
     auto* buttonRow = new QHBoxLayout;
@@ -41,7 +36,6 @@ ActOnFileView::ActOnFileView(ActOnFileDataHandler* data, QWidget* parent)
     layout->addStretch();
 
     connect(fSelectButton, &QPushButton::clicked, this, [this] { MessageReceived(kSelectFileMsg); });
-    connect(fVerifyBox, &QCheckBox::clicked, this, [this] { MessageReceived(kVerifyChangedMsg); });
 }
 
 QWidget* ActOnFileView::Make(ActOnFileDataHandler* data, Rect)
@@ -89,11 +83,9 @@ void ActOnFileView::MessageReceived(uint32_t what)
             fDialog->raise();
             return;
         }
-        case kVerifyChangedMsg: {
-            EventLock lock(fData->GetAttachedTo());
-            fData->SetVerify(fVerifyBox->isChecked());
+        case kVerifyChangedMsg:
+            StoreVerify();
             return;
-        }
         default:
             return;
     }

@@ -2,24 +2,21 @@
 // opens the file dialog, and whether to ask the user before acting.
 #pragma once
 
-#include <QWidget>
-
 #include <cstdint>
 
 #include "calvorin/SupportDefs.h"
+#include "ui/VerifiedTextEditView.h"
 
 class ActOnFileDataHandler;
-class QCheckBox;
 class QFileDialog;
 class QLabel;
 class QPushButton;
 
-class ActOnFileView : public QWidget {
+class ActOnFileView : public VerifiedTextEditView {
     Q_OBJECT
 
 public:
     static constexpr uint32_t kSelectFileMsg = 0x42;
-    static constexpr uint32_t kVerifyChangedMsg = 0x43;
 
     ActOnFileView(ActOnFileDataHandler* data, QWidget* parent = nullptr);
 
@@ -27,7 +24,7 @@ public:
 
     // 0x42 shows the file dialog; 0x43 stores the check box (without
     // marking the event modified).
-    void MessageReceived(uint32_t what);
+    void MessageReceived(uint32_t what) override;
     // The dialog's answer: stores the path as chosen (links are not
     // followed), marks the event modified and shows the new line. An empty
     // path changes nothing.
@@ -42,6 +39,5 @@ private:
     ActOnFileDataHandler* fData;
     QLabel* fFileLine;
     QPushButton* fSelectButton;
-    QCheckBox* fVerifyBox;
     QFileDialog* fDialog = nullptr;
 };

@@ -10,19 +10,17 @@
 #include "handlers/EventLock.h"
 
 CommandEditView::CommandEditView(CommandDataHandler* data, QWidget* parent)
-    : QWidget(parent), fData(data)
+    : VerifiedTextEditView(data, parent), fData(data)
 {
     setObjectName("CommandEditView");
     fCommandField = new QLineEdit(this);
     fCommandField->setObjectName("CommandField");
     fCommandField->setPlaceholderText(tr("for example: notify-send 'Time to leave'"));
-    fVerifyBox = new QCheckBox(tr("Verify with user before executing command"), this);
-    fVerifyBox->setObjectName("VerifyBox");
+    MakeVerifyBox(tr("Verify with user before executing command"));
     {
         EventLock lock(fData->GetAttachedTo());
         const char* command = fData->GetCommand();
         fCommandField->setText(QString::fromUtf8(command != nullptr ? command : ""));
-        fVerifyBox->setChecked(fData->GetVerify());
     }
 
     auto* form = new QFormLayout;
@@ -36,7 +34,6 @@ CommandEditView::CommandEditView(CommandDataHandler* data, QWidget* parent)
 
     connect(fCommandField, &QLineEdit::editingFinished, this,
             [this] { MessageReceived(kCommandChangedMsg); });
-    connect(fVerifyBox, &QCheckBox::clicked, this, [this] { MessageReceived(kVerifyChangedMsg); });
 }
 
 QWidget* CommandEditView::Make(CommandDataHandler* data, Rect)
@@ -56,11 +53,9 @@ void CommandEditView::MessageReceived(uint32_t what)
             fData->SetCommand(text.constData());
             return;
         }
-        case kVerifyChangedMsg: {
-            EventLock lock(fData->GetAttachedTo());
-            fData->SetVerify(fVerifyBox->isChecked());
+        case kVerifyChangedMsg:
+            StoreVerify();
             return;
-        }
         default:
             return;
     }

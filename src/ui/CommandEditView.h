@@ -2,22 +2,19 @@
 // ask the user before running it.
 #pragma once
 
-#include <QWidget>
-
 #include <cstdint>
 
 #include "calvorin/SupportDefs.h"
+#include "ui/VerifiedTextEditView.h"
 
 class CommandDataHandler;
-class QCheckBox;
 class QLineEdit;
 
-class CommandEditView : public QWidget {
+class CommandEditView : public VerifiedTextEditView {
     Q_OBJECT
 
 public:
     static constexpr uint32_t kCommandChangedMsg = 0x41;
-    static constexpr uint32_t kVerifyChangedMsg = 0x43;
 
     CommandEditView(CommandDataHandler* data, QWidget* parent = nullptr);
 
@@ -25,10 +22,9 @@ public:
 
     // 0x41 stores the field's text (and so marks the event modified); 0x43
     // stores the check box alone, which does not.
-    void MessageReceived(uint32_t what);
+    void MessageReceived(uint32_t what) override;
 
 private:
     CommandDataHandler* fData;
     QLineEdit* fCommandField;
-    QCheckBox* fVerifyBox;
 };
