@@ -3,6 +3,8 @@
 #include <QPainter>
 #include <QPainterPath>
 
+#include <initializer_list>
+
 #include "calvorin/IconBitmap.h"
 #include "core/StandardIcons.h"
 #include "ui/IconPalette.h"
@@ -28,6 +30,17 @@ const QColor kGreen(0, 153, 51);
 const QColor kPink(255, 152, 203);
 const QColor kBrown(152, 102, 51);
 const QColor kCream(255, 255, 203);
+
+// A closed outline through the points, in their order.
+QPainterPath Polygon(std::initializer_list<QPointF> points)
+{
+    QPainterPath path;
+    path.moveTo(*points.begin());
+    for (auto point = points.begin() + 1; point != points.end(); ++point)
+        path.lineTo(*point);
+    path.closeSubpath();
+    return path;
+}
 
 void DrawBell(QPainter& p)
 {
@@ -91,14 +104,8 @@ void DrawBirthday(QPainter& p)
 
 void DrawTelephone(QPainter& p)
 {
-    QPainterPath body;
-    body.moveTo(9, 14);
-    body.lineTo(23, 14);
-    body.lineTo(28, 28);
-    body.lineTo(4, 28);
-    body.closeSubpath();
     p.setBrush(kRed);
-    p.drawPath(body);
+    p.drawPath(Polygon({{9, 14}, {23, 14}, {28, 28}, {4, 28}}));
     QPainterPath handset;
     handset.moveTo(3, 12);
     handset.cubicTo(3, 5, 29, 5, 29, 12);
@@ -149,26 +156,26 @@ void DrawMeeting(QPainter& p)
     DrawPerson(p, 11.5, kBlue);
 }
 
+// One half of a capsule centred on the origin: side -1 the left, 1 the right.
+QPainterPath CapsuleHalf(qreal side)
+{
+    QPainterPath half;
+    half.moveTo(0, -6);
+    half.lineTo(8 * side, -6);
+    half.arcTo(QRectF(8 * side - 6, -6, 12, 12), 90, -180 * side);
+    half.lineTo(0, 6);
+    half.closeSubpath();
+    return half;
+}
+
 void DrawMedicine(QPainter& p)
 {
     p.translate(16, 16);
     p.rotate(-45);
-    QPainterPath left;
-    left.moveTo(0, -6);
-    left.lineTo(-8, -6);
-    left.arcTo(QRectF(-14, -6, 12, 12), 90, 180);
-    left.lineTo(0, 6);
-    left.closeSubpath();
-    QPainterPath right;
-    right.moveTo(0, -6);
-    right.lineTo(8, -6);
-    right.arcTo(QRectF(2, -6, 12, 12), 90, -180);
-    right.lineTo(0, 6);
-    right.closeSubpath();
     p.setBrush(kRed);
-    p.drawPath(left);
+    p.drawPath(CapsuleHalf(-1));
     p.setBrush(kWhite);
-    p.drawPath(right);
+    p.drawPath(CapsuleHalf(1));
     p.setPen(Qt::NoPen);
     p.setBrush(kBrightRed);
     p.drawRoundedRect(QRectF(-11, -4, 8, 2.5), 1, 1);
@@ -221,23 +228,12 @@ void DrawTask(QPainter& p)
 
 void DrawWarning(QPainter& p)
 {
-    QPainterPath triangle;
-    triangle.moveTo(16, 2.5);
-    triangle.lineTo(30, 28);
-    triangle.lineTo(2, 28);
-    triangle.closeSubpath();
     p.setPen(QPen(kOutline, 1.5, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
     p.setBrush(kGold);
-    p.drawPath(triangle);
+    p.drawPath(Polygon({{16, 2.5}, {30, 28}, {2, 28}}));
     p.setPen(Qt::NoPen);
     p.setBrush(kOutline);
-    QPainterPath mark;
-    mark.moveTo(14.2, 10);
-    mark.lineTo(17.8, 10);
-    mark.lineTo(17, 20);
-    mark.lineTo(15, 20);
-    mark.closeSubpath();
-    p.drawPath(mark);
+    p.drawPath(Polygon({{14.2, 10}, {17.8, 10}, {17, 20}, {15, 20}}));
     p.drawEllipse(QRectF(14.4, 22, 3.2, 3.2));
 }
 
