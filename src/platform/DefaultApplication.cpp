@@ -36,22 +36,13 @@ std::vector<std::string> ApplicationFolders()
     return folders;
 }
 
-std::string Trim(const std::string& text)
-{
-    size_t first = text.find_first_not_of(" \t");
-    if (first == std::string::npos)
-        return "";
-    size_t last = text.find_last_not_of(" \t\r");
-    return text.substr(first, last - first + 1);
-}
-
 std::vector<std::string> SplitIds(const std::string& value)
 {
     std::vector<std::string> ids;
     std::stringstream stream(value);
     std::string id;
     while (std::getline(stream, id, ';')) {
-        id = Trim(id);
+        id = DesktopEntry::Trim(id);
         if (!id.empty())
             ids.push_back(id);
     }
@@ -83,7 +74,7 @@ DefaultApplication::DefaultApplication(std::vector<std::string> mimeappsLists,
         std::map<std::string, std::vector<std::string>>* group = nullptr;
         std::string line;
         while (std::getline(in, line)) {
-            line = Trim(line);
+            line = DesktopEntry::Trim(line);
             if (line.empty() || line[0] == '#')
                 continue;
             if (line[0] == '[') {
@@ -96,7 +87,7 @@ DefaultApplication::DefaultApplication(std::vector<std::string> mimeappsLists,
             size_t equals = line.find('=');
             if (group == nullptr || equals == std::string::npos)
                 continue;
-            std::vector<std::string>& ids = (*group)[Trim(line.substr(0, equals))];
+            std::vector<std::string>& ids = (*group)[DesktopEntry::Trim(line.substr(0, equals))];
             for (const std::string& id : SplitIds(line.substr(equals + 1)))
                 ids.push_back(id);
         }

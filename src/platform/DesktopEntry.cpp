@@ -9,15 +9,6 @@
 
 namespace {
 
-std::string Trim(const std::string& text)
-{
-    size_t first = text.find_first_not_of(" \t");
-    if (first == std::string::npos)
-        return "";
-    size_t last = text.find_last_not_of(" \t\r");
-    return text.substr(first, last - first + 1);
-}
-
 // Resolves the escapes of a string value: \s \n \t \r \\ (others are kept
 // as written).
 std::string Unescape(const std::string& value)
@@ -249,4 +240,13 @@ std::string DesktopEntry::FindProgram(const std::string& name)
             return candidate;
     }
     return "";
+}
+
+std::string DesktopEntry::Trim(const std::string& text)
+{
+    size_t first = text.find_first_not_of(" \t");
+    if (first == std::string::npos)
+        return "";
+    size_t last = text.find_last_not_of(" \t\r");
+    return text.substr(first, last - first + 1);
 }

@@ -43,6 +43,10 @@ public:
     // $PATH; "" when none.
     static std::string FindProgram(const std::string& name);
 
+    // A key file line or value without its surrounding blanks (and a
+    // trailing carriage return).
+    static std::string Trim(const std::string& text);
+
 private:
     bool ExpandArgument(const std::string& argument, const std::string& file,
                         std::vector<std::string>* argv, bool* fileUsed) const;
