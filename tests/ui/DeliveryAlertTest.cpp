@@ -11,7 +11,7 @@
 #include <memory>
 
 #include "UiTestSupport.h"
-#include "core/CompanionLauncher.h"
+#include "../unit/DeliveryTestSupport.h"
 #include "core/DeliveryScheduler.h"
 #include "ui/EventListModel.h"
 #include "ui/EventListView.h"
@@ -20,28 +20,6 @@
 namespace {
 
 constexpr int32_t kNow = 1700000000;
-
-class QuietLauncher : public CompanionLauncher {
-public:
-    status_t LaunchBySignature(const Message*) override { return B_OK; }
-    status_t LaunchByFile(const Message*) override { return B_OK; }
-};
-
-// Lets the test act in the windows while the alert waits, then answers
-// with the default button.
-class ActingAlertPort : public AlertPort {
-public:
-    int Go(const AlertRequest& request) override
-    {
-        ++shown;
-        if (whileWaiting)
-            whileWaiting();
-        return int(request.buttons.size()) - 1;
-    }
-
-    std::function<void()> whileWaiting;
-    int shown = 0;
-};
 
 // An event of the "Message" handler that is due now.
 Event* AddDueEvent(EventSet* set, const char* name)

@@ -21,7 +21,7 @@
 #include "core/ApplicationSets.h"
 #include "core/CalvorinSettings.h"
 #include "core/Clock.h"
-#include "core/CompanionLauncher.h"
+#include "DeliveryTestSupport.h"
 #include "core/DeliveryScheduler.h"
 #include "core/EventSet.h"
 #include "core/EventSetWindowPort.h"
@@ -31,28 +31,6 @@
 namespace {
 
 constexpr int32_t kNow = 1700000000;
-
-class QuietLauncher : public CompanionLauncher {
-public:
-    status_t LaunchBySignature(const Message*) override { return B_OK; }
-    status_t LaunchByFile(const Message*) override { return B_OK; }
-};
-
-// An alert port that lets the test act while the alert "waits" (as the user
-// would in the windows meanwhile), then answers with the default button.
-class ActingAlertPort : public AlertPort {
-public:
-    int Go(const AlertRequest& request) override
-    {
-        ++shown;
-        if (whileWaiting)
-            whileWaiting();
-        return int(request.buttons.size()) - 1;
-    }
-
-    std::function<void()> whileWaiting;
-    int shown = 0;
-};
 
 // Records what the set posts to its window.
 class RecordingWindow : public EventSetWindowPort {
